@@ -1,0 +1,189 @@
+#pragma once
+
+#include "mdl/Assert.h"
+#include "mdl/CollectionScan.h"
+#include "mdl/CollectionWalk.h"
+#include "mdl/EntryStore.h"
+#include "mdl/HashIndex.h"
+#include "mdl/KeyHash.h"
+#include "mdl/WalkList.h"
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+namespace Mdl {
+
+/// What an insertion has done.
+enum class Change : std::uint8_t {
+   none,      ///< an equal entry was there
+   inserted,  ///< the key is new
+   assigned,  ///< the key was there with another value
+};
+
+/// A map with unique keys that may be changed while it is walked, and whose order never varies.
+///
+/// Owner: whoever declares it; usually an entity, a collection an attribute. One thread.
+///
+/// Design. Three ideas, a file each. The entries stand in an array in the order of insertion
+/// (mdl/EntryStore.h), where removal leaves holes. An index of one byte of hash and a position an
+/// entry finds them (mdl/HashIndex.h); up to `mostUnindexed` entries have none and are compared in
+/// turn. A walk (mdl/CollectionWalk.h) remembers positions and holds a copy of the entry it stands
+/// on; while one is alive nothing moves, and the last one closes the holes. No single call does
+/// more than one chunk of compaction or one table of index growth; the last walk's end and
+/// `clear` may do more.
+///
+/// I1 (unique): no two entries have equal keys.
+/// I2 (order): walks and scans go in the order of insertion whatever the seed. Assigning a value
+///    keeps an entry's place; a key that was removed and comes back is the last.
+/// I3 (found): each entry is in the index under its hash, if there is an index.
+/// I4 (still): an entry never moves because another is inserted or assigned. Removing others may
+///    move it, but not while a walk is alive. So what `find` returns is valid until a removal, and
+///    in the body of a walk until that entry's own removal.
+/// I5 (late death): what an entry held dies when the collection is whole again and the call has
+///    nothing more to do with it. Destructors may therefore use the collection, or destroy it.
+///
+/// Re-entrancy: as I4, I5 and walks say. Hashing, comparing and copying keys and values must not
+///   call back.
+/// Exceptions: an insertion that fails has changed nothing. Moving a key or a value must not throw.
+/// Cost: find, insert, remove O(1); 104 bytes empty, then an entry and 4 bytes each, and from nine
+///   entries on 6 to 13 bytes of index. Memory follows the number of entries down as well.
+///
+/// `Hasher{}(key, seed)` hashes a key; each collection has the process's seed, varied by a
+/// constant of its own. Collections with equal constants share hashes: see `Hashed`.
+template <class K, class V, class Hasher = KeyHash<K>>
+class Collection {
+ public:
+   using Key = K;
+   using Value = V;
+   using Entry = CollectionEntry<K, V>;
+   using EntryRef = CollectionEntryRef<K, V>;
+
+   static constexpr std::uint32_t mostUnindexed = 8;
+
+   /// A key whose hash is known: hash once, use it in every collection with the same seed. Refers
+   /// to the key, so it is for the arguments of calls.
+   class Hashed {
+    public:
+      explicit Hashed(K const& key, std::uint32_t hash) noexcept
+          : key_(key), hash_(hash + (hash == 0)) {}  // 0 marks a hole
+      K const& key() const noexcept { return key_; }
+      std::uint32_t hash() const noexcept { return hash_; }
+
+    private:
+      K const& key_;
+      std::uint32_t hash_;
+   };
+
+   /// What `tryInsert` found or made. The pointer is valid as I4 says.
+   struct Place {
+      V* value;
+      bool inserted;
+   };
+
+   explicit Collection(std::uint32_t seedConstant = 0) : seed_(hashSeed32() ^ seedConstant) {}
+   Collection(Collection const&) = delete;
+   Collection& operator=(Collection const&) = delete;
+   /// Walks over a collection that is moved from or assigned to end.
+   Collection(Collection&& other) noexcept;
+   Collection& operator=(Collection&& other) noexcept;
+   /// Destroys the entries in their order. Should their destructors insert, those go as well.
+   ~Collection() {
+      while (!empty()) clear();
+   }
+
+   std::size_t size() const noexcept { return store_.live(); }
+   bool empty() const noexcept { return store_.live() == 0; }
+
+   std::uint32_t seed() const noexcept { return seed_; }
+   Hashed hashed(K const& key) const { return Hashed(key, Hasher{}(key, seed_)); }
+
+   /// The value under the key, null when absent. Valid as I4 says.
+   V const* find(K const& key) const { return find(hashed(key)); }
+   V* find(K const& key) { return find(hashed(key)); }
+   V const* find(Hashed const& key) const;
+   V* find(Hashed const& key) { return const_cast<V*>(std::as_const(*this).find(key)); }
+   bool contains(K const& key) const { return find(key) != nullptr; }
+   bool contains(Hashed const& key) const { return find(key) != nullptr; }
+
+   /// Inserts, or gives the key another value. An equal value is no change, where values compare.
+   Change insertOrAssign(K const& key, V value) {
+      return insertOrAssign(hashed(key), std::move(value));
+   }
+   Change insertOrAssign(Hashed const& key, V value);
+
+   /// Inserts a value made from `args` unless the key is there.
+   template <class... Args>
+   Place tryInsert(K const& key, Args&&... args) {
+      return tryInsert(hashed(key), std::forward<Args>(args)...);
+   }
+   template <class... Args>
+   Place tryInsert(Hashed const& key, Args&&... args);
+
+   /// Removes the entry; false when absent.
+   bool erase(K const& key) { return erase(hashed(key)); }
+   bool erase(Hashed const& key) {
+      std::optional<Entry> const gone = extract(key);
+      return gone.has_value();
+   }
+
+   /// Removes the entry and hands it out, so that the caller decides when it dies.
+   std::optional<Entry> extract(K const& key) { return extract(hashed(key)); }
+   std::optional<Entry> extract(Hashed const& key);
+
+   /// Removes every entry at once and frees all memory. Walks end. The entries die in their order,
+   /// once the collection is empty.
+   void clear() noexcept;
+
+   /// For loops whose body may do anything: in the order of insertion, or by ascending key.
+   Walk<Collection> walk() const { return Walk<Collection>(*this); }
+   SortedWalk<Collection> walkSorted() const { return SortedWalk<Collection>(*this); }
+
+   /// For loops that only read; see CollectionScan for what the body may do.
+   CollectionScan<Collection> begin() const noexcept { return CollectionScan<Collection>(*this); }
+   std::default_sentinel_t end() const noexcept { return {}; }
+
+   /// Starts to load what a lookup of this key reads first.
+   void prefetch(Hashed const& key) const noexcept { index_.prefetch(key.hash()); }
+
+   /// Heap memory held, without what keys and values hold themselves.
+   std::size_t bytes() const noexcept { return store_.bytes() + index_.bytes(); }
+
+   /// Asserts the invariants of all parts. Reads everything; for tests.
+   void checkInvariants() const;
+
+ private:
+   template <class C, class D>
+   friend class PinnedWalk;
+   friend Walk<Collection>;
+   friend SortedWalk<Collection>;
+   friend CollectionScan<Collection>;
+
+   using Store = EntryStore<K, V>;
+   using Slot = typename Store::Slot;
+   static constexpr std::uint32_t npos = Store::npos;
+
+   std::uint32_t positionOf(Hashed const& key) const;
+   template <class... Args>
+   Slot& insertAbsent(Hashed const& key, Args&&... args);
+   void buildIndex();
+   void walkLeft() const noexcept;
+   void closeHoles(std::uint32_t chunk) noexcept;
+   HashIndex::Hashes hashes() const noexcept;
+   template <class Visit>
+   void forEachPosition(Visit const& visit) const;
+
+   Store store_;
+   HashIndex index_;
+   mutable WalkList walks_;
+   std::uint32_t seed_;
+   std::uint32_t removals_ = 0;  ///< so that a scan notices
+   bool untidy_ = false;         ///< holes were left because of walks
+};
+
+}  // namespace Mdl
+
+#include "mdl/CollectionImpl.h"

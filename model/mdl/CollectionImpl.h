@@ -1,0 +1,210 @@
+#pragma once
+
+// The bodies of Collection's templates; included by mdl/Collection.h alone.
+
+#include "mdl/Collection.h"
+
+namespace Mdl {
+
+template <class K, class V, class Hasher>
+Collection<K, V, Hasher>::Collection(Collection&& other) noexcept
+    : store_(std::move(other.store_)), index_(std::move(other.index_)), seed_(other.seed_) {
+   other.walks_.endAll();
+   ++other.removals_;
+   other.untidy_ = false;
+}
+
+template <class K, class V, class Hasher>
+Collection<K, V, Hasher>& Collection<K, V, Hasher>::operator=(Collection&& other) noexcept {
+   // The old entries die last; what their destructors do finds both collections whole.
+   Collection arrived(std::move(other));
+   walks_.endAll();
+   ++removals_;
+   untidy_ = false;
+   store_.swap(arrived.store_);
+   std::swap(index_, arrived.index_);
+   std::swap(seed_, arrived.seed_);
+   return *this;
+}
+
+// ---- Finding ------------------------------------------------------------------------------------
+
+template <class K, class V, class Hasher>
+std::uint32_t Collection<K, V, Hasher>::positionOf(Hashed const& key) const {
+#ifndef NDEBUG
+   MDL_ASSERT(key.hash() == hashed(key.key()).hash());
+#endif
+   if (index_.active()) {
+      return index_.find(key.hash(), [&](std::uint32_t at) {
+         Slot const& slot = store_.at(at);
+         return slot.hash == key.hash() && slot.key == key.key();
+      });
+   }
+   for (std::uint32_t number = store_.head(); number != npos;) {
+      auto const& chunk = store_.chunk(number);
+      for (std::uint32_t place = 0; place < chunk.used; ++place) {
+         Slot const& slot = *store_.slots(chunk, place);
+         if (slot.hash == key.hash() && slot.key == key.key()) {
+            return store_.position(number, place);
+         }
+      }
+      number = chunk.next;
+   }
+   return npos;
+}
+
+template <class K, class V, class Hasher>
+V const* Collection<K, V, Hasher>::find(Hashed const& key) const {
+   std::uint32_t const at = positionOf(key);
+   return at == npos ? nullptr : std::addressof(store_.at(at).value);
+}
+
+// ---- Inserting ----------------------------------------------------------------------------------
+
+template <class K, class V, class Hasher>
+Change Collection<K, V, Hasher>::insertOrAssign(Hashed const& key, V value) {
+   std::uint32_t const at = positionOf(key);
+   if (at == npos) {
+      insertAbsent(key, std::move(value));
+      return Change::inserted;
+   }
+   V& stored = store_.at(at).value;
+   if constexpr (std::equality_comparable<V>) {
+      if (stored == value) return Change::none;
+   }
+   // I5: the old value dies at the end, when the new one has its place.
+   [[maybe_unused]] V const old(std::move(stored));
+   std::destroy_at(std::addressof(stored));
+   std::construct_at(std::addressof(stored), std::move(value));
+   return Change::assigned;
+}
+
+template <class K, class V, class Hasher>
+template <class... Args>
+typename Collection<K, V, Hasher>::Place Collection<K, V, Hasher>::tryInsert(Hashed const& key,
+                                                                             Args&&... args) {
+   std::uint32_t const at = positionOf(key);
+   if (at != npos) return {std::addressof(store_.at(at).value), false};
+   return {std::addressof(insertAbsent(key, std::forward<Args>(args)...).value), true};
+}
+
+/// All that can fail comes before the entry exists; adding it to the index cannot.
+template <class K, class V, class Hasher>
+template <class... Args>
+typename Collection<K, V, Hasher>::Slot& Collection<K, V, Hasher>::insertAbsent(Hashed const& key,
+                                                                                Args&&... args) {
+   std::uint32_t const at = store_.room();
+   if (!index_.active() && store_.positions() == mostUnindexed) buildIndex();
+   if (index_.active()) index_.makeRoom(key.hash(), hashes());
+   Slot& slot = store_.append(key.hash(), key.key(), std::forward<Args>(args)...);
+   if (index_.active()) index_.insert(key.hash(), at);
+   return slot;
+}
+
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::buildIndex() {
+   HashIndex index;
+   forEachPosition([&](std::uint32_t at) {
+      std::uint32_t const hash = store_.at(at).hash;
+      index.makeRoom(hash, hashes());
+      index.insert(hash, at);
+   });
+   // Of holes alone an index has no table yet.
+   if (!index.active()) index.makeRoom(0, hashes());
+   index_ = std::move(index);
+}
+
+// ---- Removing -----------------------------------------------------------------------------------
+
+template <class K, class V, class Hasher>
+std::optional<CollectionEntry<K, V>> Collection<K, V, Hasher>::extract(Hashed const& key) {
+   // The key may be the entry's own, so it is not read once the entry is taken.
+   std::uint32_t const at = positionOf(key);
+   if (at == npos) return std::nullopt;
+   if (index_.active()) index_.erase(key.hash(), at, hashes());
+   std::optional<Entry> gone(store_.take(at));
+   ++removals_;
+   closeHoles(at >> Store::chunkBits);
+   return gone;
+}
+
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::clear() noexcept {
+   // The entries die with `old`, after the last use of this collection.
+   Store const old(std::move(store_));
+   index_.clear();
+   walks_.endAll();
+   ++removals_;
+   untidy_ = false;
+}
+
+/// After a removal from `chunk`.
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::closeHoles(std::uint32_t chunk) noexcept {
+   if (empty()) {
+      clear();  // Walks have nothing more to see, so they need not hold the memory.
+      return;
+   }
+   if (!walks_.empty()) {
+      untidy_ = true;
+      return;
+   }
+   store_.compact(chunk, [this](std::uint32_t hash, std::uint32_t from, std::uint32_t to) {
+      if (index_.active()) index_.move(hash, from, to);
+   });
+   if (store_.positions() <= mostUnindexed / 2) index_.clear();
+}
+
+/// A walk has ended; the last one does what was left undone because of it. Only removals leave
+/// something undone, so a collection that is const for everybody is not written to.
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::walkLeft() const noexcept {
+   if (!untidy_ || !walks_.empty()) return;
+   auto& self = const_cast<Collection&>(*this);
+   self.untidy_ = false;
+   self.store_.tidy([&self](std::uint32_t hash, std::uint32_t from, std::uint32_t to) {
+      if (self.index_.active()) self.index_.move(hash, from, to);
+   });
+   if (store_.positions() <= mostUnindexed / 2) self.index_.clear();
+}
+
+// ---- The whole ----------------------------------------------------------------------------------
+
+template <class K, class V, class Hasher>
+HashIndex::Hashes Collection<K, V, Hasher>::hashes() const noexcept {
+   return {&store_,
+           [](void const* store, std::uint32_t at) noexcept {
+              return static_cast<Store const*>(store)->at(at).hash;
+           },
+           [](void const* store, std::uint32_t at) noexcept {
+              __builtin_prefetch(&static_cast<Store const*>(store)->at(at).hash);
+           }};
+}
+
+template <class K, class V, class Hasher>
+template <class Visit>
+void Collection<K, V, Hasher>::forEachPosition(Visit const& visit) const {
+   for (std::uint32_t number = store_.head(); number != npos;) {
+      auto const& chunk = store_.chunk(number);
+      for (std::uint32_t place = 0; place < chunk.used; ++place) {
+         if (store_.slots(chunk, place)->hash != 0) visit(store_.position(number, place));
+      }
+      number = chunk.next;
+   }
+}
+
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::checkInvariants() const {
+   store_.checkInvariants(walks_.empty());
+   MDL_ASSERT(walks_.empty() || !empty());
+   MDL_ASSERT(!untidy_ || !walks_.empty());
+   MDL_ASSERT(index_.active() || store_.positions() <= mostUnindexed);
+   index_.checkInvariants(index_.active() ? size() : 0, hashes());
+   forEachPosition([&](std::uint32_t at) {
+      Slot const& slot = store_.at(at);
+      MDL_ASSERT(slot.hash == hashed(slot.key).hash());
+      MDL_ASSERT(positionOf(hashed(slot.key)) == at);
+   });
+}
+
+}  // namespace Mdl

@@ -1,0 +1,192 @@
+#pragma once
+
+#include "mdl/Assert.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Mdl {
+
+/// A key and the value that a collection keeps under it.
+template <class K, class V>
+struct CollectionEntry {
+   K key;
+   V value;
+};
+
+/// The entries of one collection, dense and in the order of their insertion.
+///
+/// Owner: the collection. Not shared.
+///
+/// Design. Entries stand in *chunks* of up to `chunkSlots`, linked in order; new ones go to the
+/// end of the last chunk, and a new chunk is as large as all before it, up to that limit. So a
+/// small collection is small, and insertion moves nothing. A position is a chunk's number and a
+/// place in it. A removed entry leaves an empty slot, a *hole*; a chunk with many holes is united
+/// with a neighbour, or rewritten, on request (`compact`). That is all the compaction there is:
+/// one step moves at most one chunk's worth of entries.
+///
+/// I1 (order): reading the chunks along their links, and each from its first slot to `used`,
+///    gives the live entries in the order of their insertion.
+/// I2 (holes): a slot holds a key and a value exactly if its hash is not 0.
+/// I3 (still): an entry moves only in `compact` and `tidy`.
+/// I4 (memory): after `tidy`, every chunk but the last is more than half full, and the last has
+///    fewer holes than half its slots; a removal that is followed by `compact` keeps that.
+///
+/// Re-entrancy: none; copies of keys and values must not call back. `take` hands the removed
+/// entry out, so that the caller decides when it is destroyed.
+/// Exceptions: `room` and `append` throw and then have changed nothing that can be seen; the rest
+/// cannot fail, for which moving a key or a value must not throw. Compaction that finds no memory
+/// is left for later.
+/// Cost: 4 bytes beside key and value, which often fit their padding.
+template <class K, class V>
+class EntryStore {
+ public:
+   using Entry = CollectionEntry<K, V>;
+   static constexpr std::uint32_t npos = 0xffffffffU;
+   static constexpr unsigned chunkBits = 10;
+   static constexpr std::uint32_t chunkSlots = 1U << chunkBits;
+   static constexpr std::uint32_t leastSlots = 4;
+
+   /// Room for one entry. The members of the unions live exactly while `hash` is not 0.
+   struct Slot {
+      Slot() noexcept {}
+      ~Slot() {}
+      Slot(Slot const&) = delete;
+      Slot& operator=(Slot const&) = delete;
+
+      union {
+         K key;
+      };
+      union {
+         V value;
+      };
+      std::uint32_t hash = 0;
+   };
+
+   struct Chunk {
+      std::uint32_t previous = npos;
+      std::uint32_t next = npos;
+      std::uint32_t capacity;
+      std::uint32_t used = 0;  ///< slots in use, holes included
+      std::uint32_t live = 0;
+   };
+
+   EntryStore() noexcept = default;
+   EntryStore(EntryStore const&) = delete;
+   EntryStore& operator=(EntryStore const&) = delete;
+   EntryStore(EntryStore&& other) noexcept { swap(other); }
+   EntryStore& operator=(EntryStore&& other) noexcept {
+      EntryStore(std::move(other)).swap(*this);
+      return *this;
+   }
+   ~EntryStore();
+
+   void swap(EntryStore& other) noexcept {
+      std::swap(chunks_, other.chunks_);
+      std::swap(head_, other.head_);
+      std::swap(tail_, other.tail_);
+      std::swap(freeChunk_, other.freeChunk_);
+      std::swap(live_, other.live_);
+      std::swap(positions_, other.positions_);
+   }
+
+   std::uint32_t live() const noexcept { return live_; }
+   /// Slots in use, holes included.
+   std::uint32_t positions() const noexcept { return positions_; }
+
+   std::uint32_t head() const noexcept { return head_; }
+   std::uint32_t tail() const noexcept { return tail_; }
+   Chunk const& chunk(std::uint32_t number) const noexcept { return *chunks_[number].chunk; }
+   static std::uint32_t position(std::uint32_t number, std::uint32_t place) noexcept {
+      return number << chunkBits | place;
+   }
+
+   Slot& at(std::uint32_t position) noexcept {
+      return *slots(*chunks_[position >> chunkBits].chunk, position & (chunkSlots - 1));
+   }
+   Slot const& at(std::uint32_t position) const noexcept {
+      return *slots(*chunks_[position >> chunkBits].chunk, position & (chunkSlots - 1));
+   }
+
+   /// The slot `place` of a chunk, one that was used.
+   static Slot* slots(Chunk const& chunk, std::uint32_t place) noexcept {
+      return std::launder(slotMemory(const_cast<Chunk&>(chunk), place));
+   }
+
+   /// Makes sure that `append` has a slot, and gives the position that it will use.
+   std::uint32_t room();
+
+   /// Adds an entry at the end, whose value is made from `args`. `room` came before.
+   template <class... Args>
+   Slot& append(std::uint32_t hash, K const& key, Args&&... args);
+
+   /// Removes the entry at `position` and hands it out; its slot is a hole.
+   Entry take(std::uint32_t position) noexcept;
+
+   /// Closes up the chunk `number` if its holes are worth it, and frees it if it is empty.
+   /// `moved(hash, from, to)` is told of each entry that gets another position. Not while anybody
+   /// remembers positions.
+   template <class Moved>
+   void compact(std::uint32_t number, Moved const& moved) noexcept;
+
+   /// `compact` for every chunk.
+   template <class Moved>
+   void tidy(Moved const& moved) noexcept;
+
+   std::size_t bytes() const noexcept;  ///< heap memory held
+
+   /// Asserts I1, I2 and what is counted; with `tidied` also I4. Reads everything; for tests.
+   void checkInvariants(bool tidied) const;
+
+ private:
+   static constexpr std::size_t alignment = std::max(alignof(Slot), alignof(Chunk));
+   static constexpr std::size_t headBytes =
+       (sizeof(Chunk) + alignof(Slot) - 1) / alignof(Slot) * alignof(Slot);
+   /// Two chunks are united when their entries leave a quarter of a full chunk free.
+   static constexpr std::uint32_t unitedSlots = chunkSlots / 4 * 3;
+
+   /// A chunk's place in the table: the chunk, or the next number that is free.
+   union Link {
+      Chunk* chunk;
+      std::uint32_t nextFree;
+   };
+
+   static Slot* slotMemory(Chunk& chunk, std::uint32_t place) noexcept {
+      return reinterpret_cast<Slot*>(reinterpret_cast<std::byte*>(&chunk) + headBytes) + place;
+   }
+   Chunk& mutableChunk(std::uint32_t number) noexcept { return *chunks_[number].chunk; }
+   static Chunk* allocate(std::uint32_t capacity) noexcept;
+   static void release(Chunk* chunk) noexcept {
+      ::operator delete (static_cast<void*>(chunk), std::align_val_t{alignment});
+   }
+   void addChunk();
+   void unlink(std::uint32_t number) noexcept;
+   bool hasManyHoles(std::uint32_t number) const noexcept;
+   bool unitable(std::uint32_t one, std::uint32_t other) const noexcept {
+      return one != npos && other != npos && chunk(one).live + chunk(other).live <= unitedSlots;
+   }
+   template <class Moved>
+   void rewrite(std::uint32_t number, bool withNext, Moved const& moved) noexcept;
+   template <class Moved>
+   static void moveEntries(Chunk& from, std::uint32_t fromNumber, Chunk& to, std::uint32_t toNumber,
+                           std::uint32_t& place, Moved const& moved) noexcept;
+   void dropHolesAtEnd() noexcept;
+
+   std::vector<Link> chunks_;
+   std::uint32_t head_ = npos;
+   std::uint32_t tail_ = npos;
+   std::uint32_t freeChunk_ = npos;
+   std::uint32_t live_ = 0;
+   std::uint32_t positions_ = 0;
+};
+
+}  // namespace Mdl
+
+#include "mdl/EntryStoreImpl.h"

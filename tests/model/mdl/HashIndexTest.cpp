@@ -1,0 +1,219 @@
+#include "mdl/HashIndex.h"
+
+#include "support/FailingNew.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <random>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Mdl::HashIndex;
+
+/// An index over positions whose hashes stand in a vector.
+class HashIndexOver : public testing::Test {
+ protected:
+   std::uint32_t add(std::uint32_t hash) {
+      auto const position = static_cast<std::uint32_t>(stored.size());
+      stored.push_back(hash);
+      index.makeRoom(hash, hashes());
+      index.insert(hash, position);
+      ++count;
+      return position;
+   }
+   void remove(std::uint32_t position) {
+      index.erase(stored[position], position, hashes());
+      --count;
+   }
+   bool finds(std::uint32_t position) const {
+      return index.find(stored[position], [&](std::uint32_t at) { return at == position; }) ==
+             position;
+   }
+   void addRandom(int entries) {
+      for (int i = 0; i < entries; ++i) add(static_cast<std::uint32_t>(random()));
+   }
+   void check() const { index.checkInvariants(count, hashes()); }
+
+   HashIndex::Hashes hashes() const {
+      return {&stored,
+              [](void const* entries, std::uint32_t at) noexcept {
+                 return (*static_cast<std::vector<std::uint32_t> const*>(entries))[at];
+              },
+              [](void const*, std::uint32_t) noexcept {}};
+   }
+
+   std::vector<std::uint32_t> stored;
+   std::size_t count = 0;
+   HashIndex index;
+   std::mt19937 random{1};
+};
+
+TEST_F(HashIndexOver, HasNoMemoryAndNoTableAtFirst) {
+   EXPECT_FALSE(index.active());
+   EXPECT_EQ(index.bytes(), 0U);
+   check();
+}
+
+TEST_F(HashIndexOver, FindsEachPositionOfOneHash) {
+   for (int i = 0; i < 5; ++i) add(7);
+   for (std::uint32_t position = 0; position < 5; ++position) EXPECT_TRUE(finds(position));
+}
+
+TEST_F(HashIndexOver, AsksOnlyAboutPositionsOfTheTag) {
+   add(0x0100);
+   add(0x0200);
+   int asked = 0;
+   index.find(0x0300, [&](std::uint32_t) {
+      ++asked;
+      return true;
+   });
+   EXPECT_EQ(asked, 0);
+   EXPECT_EQ(index.find(0x0200, [](std::uint32_t) { return true; }), 1U);
+}
+
+TEST_F(HashIndexOver, ATagOfZeroIsNotAnEmptySlot) {
+   add(0);
+   EXPECT_TRUE(finds(0));
+   remove(0);
+   EXPECT_EQ(index.find(0, [](std::uint32_t) { return true; }), HashIndex::npos);
+}
+
+TEST_F(HashIndexOver, GrowsOneTableAtATime) {
+   std::size_t tables = 0;
+   for (int i = 0; i < 100000; ++i) {
+      addRandom(1);
+      ASSERT_LE(index.tableCount(), tables + 1);
+      tables = index.tableCount();
+   }
+   EXPECT_GT(tables, 100U);
+   for (std::uint32_t position = 0; position < 100000; ++position) ASSERT_TRUE(finds(position));
+   check();
+}
+
+TEST_F(HashIndexOver, TakesUpToThirteenBytesAPosition) {
+   addRandom(10000);
+   for (int i = 0; i < 100; ++i) {
+      addRandom(1000);
+      EXPECT_LE(index.bytes(), stored.size() * 13);
+   }
+}
+
+TEST_F(HashIndexOver, ForgetsWhatIsErased) {
+   addRandom(5000);
+   for (std::uint32_t position = 0; position < 5000; position += 2) remove(position);
+   check();
+   for (std::uint32_t position = 0; position < 5000; ++position) {
+      ASSERT_EQ(finds(position), position % 2 == 1);
+   }
+}
+
+TEST_F(HashIndexOver, ShrinksBackToOneTable) {
+   addRandom(50000);
+   std::size_t const full = index.bytes();
+   for (std::uint32_t position = 0; position < 49990; ++position) {
+      remove(position);
+      if (position % 5000 == 0) check();
+   }
+   check();
+   EXPECT_LE(index.tableCount(), 2U);
+   EXPECT_LE(index.bytes(), full / 100);
+   for (std::uint32_t position = 49990; position < 50000; ++position) EXPECT_TRUE(finds(position));
+}
+
+TEST_F(HashIndexOver, LeavesNoMarksBehind) {
+   // Many times the table's capacity comes and goes; an absent hash must stay quick to miss.
+   addRandom(600);
+   for (std::uint32_t next = 0; next < 50000; ++next) {
+      addRandom(1);
+      remove(next);
+   }
+   check();
+   EXPECT_EQ(index.tableCount(), 1U);
+}
+
+TEST_F(HashIndexOver, FollowsAnEntryThatMoved) {
+   addRandom(1000);
+   stored.push_back(stored[500]);
+   index.move(stored[500], 500, 1000);
+   EXPECT_FALSE(finds(500));
+   EXPECT_TRUE(finds(1000));
+   check();
+}
+
+TEST_F(HashIndexOver, TakesAnyNumberOfEqualHashes) {
+   for (int i = 0; i < 5000; ++i) add(0xabcdef01U);
+   check();
+   EXPECT_EQ(index.tableCount(), 1U);
+   EXPECT_LE(index.bytes(), 5000 * 14U);
+   for (std::uint32_t position = 0; position < 5000; position += 7) EXPECT_TRUE(finds(position));
+   for (std::uint32_t position = 0; position < 5000; ++position) remove(position);
+   check();
+}
+
+TEST_F(HashIndexOver, KeepsTheDirectoryInProportionToCraftedHashes) {
+   // A crowd shares its leading bits, and each split takes one straggler off it.
+   for (unsigned bit = 0; bit < 16; ++bit) add(0x80000000U >> bit);
+   for (int i = 0; i < 200000; ++i) add(static_cast<std::uint32_t>(random()) & 0xffffU);
+   check();
+   EXPECT_GT(index.tableCount(), 3U);
+   EXPECT_LE(std::size_t{1} << index.depth(), index.tableCount() * 8);
+   EXPECT_LE(index.bytes(), stored.size() * 14);
+}
+
+TEST_F(HashIndexOver, IsWholeWhenThereIsNoMemoryToGrow) {
+   int refusals = 0;
+   while (stored.size() < 3000) {
+      auto const hash = static_cast<std::uint32_t>(random());
+      for (int allowed = 0;; ++allowed) {
+         try {
+            Support::FailingNew const limit(allowed);
+            index.makeRoom(hash, hashes());
+            break;
+         } catch (std::bad_alloc const&) {
+            ++refusals;
+            check();
+         }
+      }
+      add(hash);
+   }
+   EXPECT_GT(refusals, 10);
+   check();
+}
+
+TEST_F(HashIndexOver, StaysAsItIsWhenThereIsNoMemoryToShrink) {
+   addRandom(3000);
+   {
+      Support::FailingNew const none(0);
+      for (std::uint32_t position = 0; position < 2990; ++position) remove(position);
+   }
+   check();
+   for (std::uint32_t position = 2990; position < 3000; ++position) EXPECT_TRUE(finds(position));
+}
+
+TEST_F(HashIndexOver, MovesAndClears) {
+   addRandom(2000);
+   HashIndex moved(std::move(index));
+   EXPECT_FALSE(index.active());  // NOLINT(bugprone-use-after-move): the promise under test
+   moved.checkInvariants(count, hashes());
+   index = std::move(moved);
+   check();
+   index.clear();
+   count = 0;
+   EXPECT_EQ(index.bytes(), 0U);
+   check();
+}
+
+using HashIndexDeathTest = HashIndexOver;
+
+TEST_F(HashIndexDeathTest, StopsTheProcessOnErasingWhatIsNotThere) {
+   addRandom(10);
+   stored.push_back(stored[0]);
+   EXPECT_DEATH(index.erase(stored[0], 10, hashes()), "positionIsIndexed");
+}
+
+}  // namespace
