@@ -1,0 +1,45 @@
+#pragma once
+
+#include "FwdL3Unicast/AddressOrigin.h"
+#include "l3/VrfName.h"
+#include "pkt/Ip6Addr.h"
+#include "pkt/IntfId.h"
+#include "tunnel/decap/DecapGroup.h"
+
+#include <cstdint>
+
+namespace Fwd {
+
+/// Which interface addresses a decap group admits. The one place that decides it.
+///
+/// For an interface and a family the entry that names the interface decides alone when there is
+/// one; otherwise the all-interfaces entry does, for interfaces outside its exclude set; otherwise
+/// nothing is admitted. The address type of the deciding entry says which roles count: the primary
+/// address always, secondary and virtual ones when it is not "primary only"; IPv6 addresses have
+/// one role. Management and internal interfaces, and interfaces outside the default VRF, are never
+/// admitted.
+///
+/// Owner: the stack. Looks at the group's configuration each time it is asked.
+class Admission {
+ public:
+   explicit Admission(Tunnel::Decap::DecapGroup const& group) noexcept : group_(group) {}
+
+   /// Whether an interface takes part in decapsulation at all.
+   static bool takesPart(Pkt::IntfId const& intfId, L3::VrfName const& vrf) noexcept;
+   /// The same without the VRF: neither a management nor an internal interface.
+   static bool isFrontPanel(Pkt::IntfId const& intfId) noexcept;
+
+   /// Whether the group uses the interface for a family, in whatever role.
+   bool uses(Pkt::IntfId const& intfId, std::uint32_t family) const;
+
+   /// Whether the group admits the addresses of a role of the interface. The interface takes part.
+   bool admits(Pkt::IntfId const& intfId, AddressRole role) const;
+
+ private:
+   Tunnel::Decap::DecapIntf const* decidingEntry(Pkt::IntfId const& intfId,
+                                                 std::uint32_t family) const;
+
+   Tunnel::Decap::DecapGroup const& group_;
+};
+
+}  // namespace Fwd

@@ -1,0 +1,108 @@
+// The keys that wait for hardware, the review that tries them again, and the alarm.
+
+#include "FwdL3Unicast/FirstException.h"
+#include "FwdL3Unicast/FwdDecapGroupSm.h"
+#include "FwdL3Unicast/HardwareCall.h"
+#include "FwdL3Unicast/MdlClock.h"
+#include "FwdL3Unicast/Messages.h"
+#include "mdl/System.h"
+
+namespace Fwd {
+
+void FwdDecapGroupSm::addKeyToUnprogrammed(DecapKey const& key) {
+   if (unprogrammedKeyHas(key)) return;
+   FWD_TRACE(2, "addKeyToUnprogrammed" << key);
+   unprogrammedKeyIs(key, true);
+   doMaybeScheduleReview();
+}
+
+void FwdDecapGroupSm::doMaybeScheduleReview() {
+   // Every call moves the wake-up, so a steady stream of refusals pushes the review away by
+   // design: hardware is left alone while it is being filled.
+   if (unprogrammedKey_.empty() || !clock_) return;
+   clock_->timeMinIs(Mdl::System::currentTime() + reviewInterval_);
+}
+
+bool FwdDecapGroupSm::reviewScheduled() const noexcept {
+   return clock_ && clock_->timeMin() != Mdl::never;
+}
+
+void FwdDecapGroupSm::traceOwner(DecapKey const& key) const {
+   FWD_TRACE(2, " mapping exists for "
+                   << TunnelTypeDecapIp(key.tunnelType(), key.dstIp()) << " to vrf "
+                   << tunnelTypeDecapIpToVrf({key.tunnelType(), key.dstIp()})
+                   << " so cannot program with new vrf " << key.forwardingVrf());
+}
+
+void FwdDecapGroupSm::raiseHwResourceFull() {
+   // A watcher of the flag that throws must not cost the operator the message.
+   FirstException errors;
+   errors.attempt([&] {
+      if (status_) status_->hwResourceFullIs(true);
+   });
+   Mdl::log(TUNNEL_HW_RESOURCE_FULL);
+   errors.rethrow();
+}
+
+void FwdDecapGroupSm::clearHwResourceFull() {
+   if (!unprogrammedKey_.empty() || !status_ || !status_->hwResourceFull()) return;
+   FirstException errors;
+   errors.attempt([&] { status_->hwResourceFullIs(false); });
+   Mdl::log(TUNNEL_HW_RESOURCE_NORMAL);
+   errors.rethrow();
+}
+
+void FwdDecapGroupSm::doReview() {
+   Mdl::Ptr<FwdDecapGroupSm> const self(this);
+   // 1.
+   FWD_TRACE(2, "doReview");
+   // 2. The budget runs from here, and the wake-up is spent.
+   Mdl::Seconds const deadline = Mdl::System::currentTime() + reviewQuanta_;
+   if (clock_) clock_->timeMinIs(Mdl::never);
+   // 3. Keys are tried from the start until the first refusal or the end of the budget.
+   dgRetCode last = dgRcSuccess;
+   try {
+      last = reviewKeys(deadline);
+   } catch (...) {
+      // What still waits must not be forgotten over a hook that throws.
+      doMaybeScheduleReview();
+      throw;
+   }
+   // 4. Whoever empties the backlog clears the alarm.
+   clearHwResourceFull();
+   // 5. Keys that only wait for another VRF, or for nothing that time could mend, are not worth a
+   //    pass of their own: the next caller who schedules takes them along.
+   bool const inTime = Mdl::System::currentTime() <= deadline;
+   bool const refused = last == dgRcNotReady || last == dgRcHwFull || last == dgRcPending;
+   if (inTime && !refused) return;
+   doMaybeScheduleReview();
+}
+
+dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
+   dgRetCode last = dgRcSuccess;
+   for (auto const& waiting : unprogrammedKey_.walk()) {
+      DecapKey const& key = waiting.key;
+      // 1. The check precedes each key, so that one pass overruns by one hook call at the most.
+      if (Mdl::System::currentTime() > deadline) {
+         FWD_TRACE(7, " unprorammed remaining " << unprogrammedKey_.size());
+         break;
+      }
+      // 2. A key whose destination another VRF owns is passed over.
+      auto const* const owner = tunnelTypeDecapIpToVrf_.find({key.tunnelType(), key.dstIp()});
+      if (owner != nullptr && *owner != key.forwardingVrf()) {
+         traceOwner(key);
+         continue;
+      }
+      if (HardwareCall::isUnderWay(*this, key)) continue;
+      // 3., 4.
+      last = HardwareCall(*this, key).retry();
+      if (last == dgRcSuccess || last == dgRcAlreadyExists) continue;
+      // 5. The first refusal ends the pass; the key stays where it is and comes first next time.
+      if (last == dgRcHwFull && status_ && !status_->hwResourceFull()) raiseHwResourceFull();
+      FWD_TRACE(7, " program unprogrammed " << key << " failed");
+      break;
+   }
+   return last;
+}
+
+}  // namespace Fwd

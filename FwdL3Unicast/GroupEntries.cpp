@@ -1,0 +1,111 @@
+// One decap key of a group: how it is derived, and the one reference that the group takes on it
+// and gives back.
+
+#include "FwdL3Unicast/GroupKeysImpl.h"
+#include "FwdL3Unicast/MdlDecapGroup.h"
+#include "FwdL3Unicast/Messages.h"
+
+namespace Fwd {
+
+using Tunnel::Decap::PayloadType;
+using Tunnel::Decap::TunnelType;
+
+DecapKey FwdDecapGroupSm::MdlDecapGroup::createDecapKey(
+   Pkt::IpGenPrefix const& prefix, Pkt::IntfId const& intfId, TunnelType tunnelType,
+   std::uint16_t destPort, PayloadType payloadType, L3::VrfName const& forwardingVrf) {
+   Pkt::IpGenPrefix destination;
+   if (intfId == Pkt::emptyIntfId) {
+      if (prefix.length() != 0) destination = prefix;
+   } else if (stateMachine_ != nullptr) {
+      auto const ip = stateMachine_->ipStatus();
+      if (auto const status = ip ? ip->ipIntfStatus(intfId) : nullptr) {
+         Pkt::IpAddr const primary = status->addrWithMask().addr();
+         destination = Pkt::IpGenPrefix(primary);
+         stateMachine_->decapIntfIpIs(intfId)->primaryIpIs(primary);
+      }
+   }
+   // The source is never configured: any. An empty destination goes with the IPv6 form.
+   auto const source =
+      destination.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
+   return DecapKey(source, destination, tunnelType, destPort, payloadType, forwardingVrf);
+}
+
+DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOf(Pkt::IpGenPrefix const& prefix) {
+   auto const watched = group();
+   return createDecapKey(prefix, Pkt::emptyIntfId, watched->tunnelType(), watched->destPort(),
+                         watched->payloadType(), watched->forwardingVrf());
+}
+
+/// Whether a key is never counted, or not yet.
+bool FwdDecapGroupSm::MdlDecapGroup::isStopped(DecapKey const& key) const {
+   if (key == invalidDecapKey || key == emptyDecapKey) return true;
+   auto const& helper = stateMachine_->decapHelper();
+   bool const waits = helper->waitForDstPortPayloadTypeForUdpTunnel();
+   bool const incomplete = key.destPort() == 0 || key.payloadType() == PayloadType::unset;
+   if (!waits || key.tunnelType() != TunnelType::udp || !incomplete) return false;
+   FWD_TRACE(2, "tunnelType udp with destPort: " << key.destPort()
+                                                 << " and payloadType: " << key.payloadType());
+   return true;
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::createDecapEntry(DecapKey const& key) {
+   if (stateMachine_ == nullptr) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   // 1.
+   FWD_TRACE(2, "createDecapEntry" << " decapKey=" << key);
+   // 2., 3.
+   if (isStopped(key)) return;
+   // 4. to 10.
+   stateMachine->referenceTaken(key, stateMachine->changeRefCount(key, true));
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::deleteDecapEntry(DecapKey const& key) {
+   if (stateMachine_ == nullptr) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   // 1.
+   traceWithdrawal(key);
+   // 2.
+   if (!stateMachine->refCountHas(key)) return;
+   // 3. to 9.
+   stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::traceWithdrawal(DecapKey const& key) const {
+   if (stateMachine_ == nullptr) return;
+   FWD_TRACE_AS("deleteDecapEntry", 2,
+                "deleteDecapEntry" << " decapKey=" << key
+                                   << " refCount=" << stateMachine_->refCount(key));
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& key, AddressOrigin const& origin) {
+   IntfKeyUse& use = fromIntf_.entry(key);
+   if (!use.hasOrigin(origin)) use.origins.push_back(origin);
+   FirstException errors;
+   errors.attempt([&] { hold(fromIntf_, key); });
+   // A hook may have taken the address away again.
+   IntfKeyUse const* const now = fromIntf_.find(key);
+   if (now != nullptr && now->isWanted()) fromIntf_.list(key, true);
+   errors.rethrow();
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& key,
+                                                 AddressOrigin const& origin) {
+   IntfKeyUse* const use = fromIntf_.find(key);
+   if (use == nullptr || !use->hasOrigin(origin)) {
+      traceWithdrawal(key);
+      return;
+   }
+   std::erase(use->origins, origin);
+   if (use->isWanted()) {
+      traceWithdrawal(key);
+      return;
+   }
+   FirstException errors;
+   errors.attempt([&] { letGo(fromIntf_, key); });
+   // A hook may have brought the address back.
+   IntfKeyUse const* const now = fromIntf_.find(key);
+   if (now != nullptr && !now->isWanted()) fromIntf_.unlist(key);
+   errors.rethrow();
+}
+
+}  // namespace Fwd

@@ -1,0 +1,53 @@
+#pragma once
+
+// How a group's reactor takes and gives back the references of its two sets. Private to the files
+// that implement the reactor.
+
+#include "FwdL3Unicast/FirstException.h"
+#include "FwdL3Unicast/MdlDecapGroup.h"
+#include "FwdL3Unicast/Messages.h"
+
+namespace Fwd {
+
+/// Takes one reference on a key that the set's entry wants, unless it holds one already or
+/// something stops it; a key that was stopped is taken when it is produced again.
+///
+/// The mark is set as soon as the count is raised and before hardware is asked: a hook that
+/// releases the key inside the call finds it held.
+template <class Use>
+void FwdDecapGroupSm::MdlDecapGroup::hold(GroupKeys<Use>& keys, DecapKey const& key) {
+   if (isMarkedForDeletion() || stateMachine_ == nullptr) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   FWD_TRACE_AS("createDecapEntry", 2, "createDecapEntry" << " decapKey=" << key);
+   if (keys.isHeld(key) || isStopped(key)) return;
+   // The hook has been asked whether to wait, and may have done anything.
+   Use* const use = keys.find(key);
+   if (use == nullptr || use->held || isMarkedForDeletion()) return;
+   std::uint32_t const references = stateMachine->changeRefCount(key, true);
+   use->held = true;
+   stateMachine->referenceTaken(key, references);
+}
+
+/// Gives back the reference that the set holds on a key; a key that it does not hold is left
+/// alone, whoever else holds it.
+template <class Use>
+void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, DecapKey const& key) {
+   if (stateMachine_ == nullptr) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   traceWithdrawal(key);
+   if (!keys.letGo(key)) return;
+   stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
+}
+
+/// Gives back every reference of a set, and takes the keys out of it too if asked to. An exception
+/// does not keep the others.
+template <class Use>
+void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors,
+                                              bool forget) {
+   for (auto const& entry : keys.walk()) {
+      errors.attempt([&] { letGo(keys, entry.key); });
+      if (forget) keys.forget(entry.key);
+   }
+}
+
+}  // namespace Fwd

@@ -1,0 +1,96 @@
+// A group's configured prefixes, and the interface addresses that are reported to it.
+
+#include "FwdL3Unicast/GroupKeysImpl.h"
+#include "FwdL3Unicast/MdlDecapGroup.h"
+#include "FwdL3Unicast/Messages.h"
+
+namespace Fwd {
+
+using Tunnel::Decap::TunnelType;
+
+void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp() { FWD_TRACE(2, "handleUpdateIp"); }
+
+void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& prefixArgument) {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   Pkt::IpGenPrefix const prefix = prefixArgument;
+   // 1. A group without a tunnel type has no keys; setting the type produces them.
+   if (!stateMachine || tunnelType() == TunnelType::unknown) return;
+   // 2.
+   FWD_TRACE(2, "handleUpdateIp" << " decapIp " << prefix);
+   // 3.
+   DecapKey const key = keyOf(prefix);
+   FirstException errors;
+   // 4.
+   if (!isConfigured(prefix)) {
+      // 5.
+      FWD_TRACE(2, " delete ");
+      if (PrefixKeyUse* const use = fromIp_.find(key)) use->wanted = false;
+      errors.attempt([&] { letGo(fromIp_, key); });
+      // A hook may have brought the prefix back.
+      PrefixKeyUse const* const now = fromIp_.find(key);
+      if (now != nullptr && !now->wanted) fromIp_.unlist(key);
+   } else {
+      // 6.
+      FWD_TRACE(2, " add ");
+      fromIp_.entry(key).wanted = true;
+      errors.attempt([&] { hold(fromIp_, key); });
+      // A hook may have taken the prefix away again.
+      PrefixKeyUse const* const now = fromIp_.find(key);
+      if (now != nullptr && now->wanted) fromIp_.list(key, true);
+   }
+   errors.rethrow();
+}
+
+/// Whether the configuration has the prefix under the group's name.
+bool FwdDecapGroupSm::MdlDecapGroup::isConfigured(Pkt::IpGenPrefix const& prefix) const {
+   auto const configured = stateMachine_->dgConfig()->decapGroup(name_);
+   return configured && configured->decapIpHas(prefix);
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(Pkt::IpGenPrefix const& prefix,
+                                                              bool deletion) {
+   handleIpIntfStatusChange(prefix, deletion,
+                            {Pkt::emptyIntfId, AddressRole::unnamed, prefix});
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(
+   Pkt::IpGenPrefix const& prefixArgument, bool deletion, AddressOrigin const& originArgument) {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   // A group that has been put to rest has withdrawn everything already.
+   if (!stateMachine || isMarkedForDeletion()) return;
+   Pkt::IpGenPrefix const prefix = prefixArgument;
+   AddressOrigin const origin = originArgument;
+   // 1.
+   if (!stateMachine->initializedAndReady()) return;
+   // 2.
+   FWD_TRACE(2, "handleIpIntfStatusChange");
+   // 3.
+   if (tunnelType() == TunnelType::unknown) return;
+   // 4.
+   FWD_TRACE(2, "handleIpIntfStatusChange" << " decapIp " << prefix << " Deletion " << deletion);
+   // 5.
+   DecapKey const key = keyOf(prefix);
+   if (deletion) {
+      // 6.
+      FWD_TRACE(2, " delete ");
+      leaveOrigin(key, origin);
+   } else {
+      // 7.
+      FWD_TRACE(2, " add ");
+      takeOrigin(key, origin);
+   }
+}
+
+bool FwdDecapGroupSm::MdlDecapGroup::decapKeyFromIp(DecapKey const& key) const {
+   PrefixKeyUse const* const use = fromIp_.find(key);
+   return use != nullptr && use->value;
+}
+
+bool FwdDecapGroupSm::MdlDecapGroup::decapKeyFromIntf(DecapKey const& key) const {
+   IntfKeyUse const* const use = fromIntf_.find(key);
+   return use != nullptr && use->value;
+}
+
+}  // namespace Fwd

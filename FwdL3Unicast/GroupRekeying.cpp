@@ -1,0 +1,156 @@
+// The values that all keys of a group share, and the group's end.
+
+#include "FwdL3Unicast/GroupKeysImpl.h"
+#include "FwdL3Unicast/MdlDecapGroup.h"
+#include "FwdL3Unicast/Messages.h"
+
+namespace Fwd {
+
+using Tunnel::Decap::TunnelType;
+
+void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   auto const watched = group();
+   if (!stateMachine || !watched) return;
+   // 1.
+   FWD_TRACE(2, "handleUpdateType" << " notifier tunnel type " << watched->tunnelType());
+   // 2., 3. The keys go as a whole, and with them the record of what they were derived from:
+   //        otherwise the entries would pass for applied when the type comes back.
+   FirstException errors;
+   letGoAll(fromIntf_, errors, true);
+   letGoAll(fromIp_, errors, true);
+   intfAddressTypeDelAll();
+   errors.attempt([&] { followExcludeSets(); });
+   // 4. Rebuilt from configuration, which for a group that has not been replayed is the replay's.
+   if (following_ && !isMarkedForDeletion()) {
+      forEachIntfEntry(errors, false);
+      for (auto const& entry : watched->decapIp().walk()) {
+         if (isMarkedForDeletion() || tunnelType() == TunnelType::unknown) break;
+         errors.attempt([&] { handleUpdateIp(entry.key); });
+      }
+   }
+   errors.rethrow();
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::handleUpdateDestPort() {
+   auto const watched = group();
+   if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
+   FWD_TRACE(2, "handleUpdateDestPort" << " notifier dest Port " << watched->destPort());
+   if (watched->tunnelType() == TunnelType::unknown) {
+      FWD_TRACE(2, "handleUpdateDestPort" << " notifier tunnelType unknown ");
+      return;
+   }
+   rekeyAll([this](DecapKey const& key) {
+      return createDecapKey(key.dstIp(), Pkt::emptyIntfId, key.tunnelType(), group()->destPort(),
+                            key.payloadType(), key.forwardingVrf());
+   });
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::handleUpdatePayloadType() {
+   auto const watched = group();
+   if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
+   FWD_TRACE(2, "handleUpdatePayloadType" << " notifier payload " << watched->payloadType());
+   if (watched->tunnelType() == TunnelType::unknown) return;
+   rekeyAll([this](DecapKey const& key) {
+      return createDecapKey(key.dstIp(), Pkt::emptyIntfId, key.tunnelType(), key.destPort(),
+                            group()->payloadType(), key.forwardingVrf());
+   });
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::handleUpdateForwardingVrf() {
+   auto const watched = group();
+   if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
+   FWD_TRACE(2, "handleUpdateForwardingVrf" << " notifier vrf name " << watched->forwardingVrf());
+   if (watched->tunnelType() == TunnelType::unknown) return;
+   rekeyAll([this](DecapKey const& key) {
+      return createDecapKey(key.dstIp(), Pkt::emptyIntfId, key.tunnelType(), key.destPort(),
+                            key.payloadType(), group()->forwardingVrf());
+   });
+}
+
+/// Withdraws every key and produces the one that takes its place, interface keys first. Old and
+/// new are not compared: a key that stays the same is removed and programmed again. This is
+/// deliberate; a new reactor re-keys at once, and hardware that lost an entry gets it back.
+template <class Rekeyed>
+void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed) {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   FirstException errors;
+   unsigned mine = ++rekeyings_;
+   rekeySet(fromIntf_, rekeyed, false, errors);
+   rekeySet(fromIp_, rekeyed, false, errors);
+   // A hook that changed another value inside the walks has made keys that these never saw, from
+   // old keys that still had the old value of this one.
+   while (mine != rekeyings_ && group() && !isMarkedForDeletion()) {
+      mine = ++rekeyings_;
+      rekeySet(fromIntf_, rekeyed, true, errors);
+      rekeySet(fromIp_, rekeyed, true, errors);
+   }
+   errors.rethrow();
+}
+
+template <class Use, class Rekeyed>
+void FwdDecapGroupSm::MdlDecapGroup::rekeySet(GroupKeys<Use>& keys, Rekeyed const& rekeyed,
+                                              bool onlyStale, FirstException& errors) {
+   for (auto const& entry : keys.walk()) {
+      if (isMarkedForDeletion() || !group()) return;
+      if (!entry.value.listed && !entry.value.isWanted()) continue;
+      if (onlyStale && rekeyed(entry.key) == entry.key) continue;
+      errors.attempt([&] { letGo(keys, entry.key); });
+      // The hook may have put the group to rest, or done away with the key.
+      Use const* const now = keys.find(entry.key);
+      if (now == nullptr || !group() || isMarkedForDeletion()) continue;
+      if (!now->listed && !now->isWanted()) continue;
+      errors.attempt([&] { rekeyOne(keys, entry.key, rekeyed(entry.key)); });
+   }
+}
+
+/// The old key has been given back. The set changes before the new key is taken, unlike for a
+/// single prefix; the difference is deliberate and without effect on the counts.
+template <class Use>
+void FwdDecapGroupSm::MdlDecapGroup::rekeyOne(GroupKeys<Use>& keys, DecapKey const& oldKey,
+                                              DecapKey const& newKey) {
+   Use const reasons = *keys.find(oldKey);
+   keys.forget(oldKey);
+   Use& use = keys.entry(newKey);
+   use.absorb(reasons);
+   use.listed = true;
+   use.value = true;
+   hold(keys, newKey);
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::handleDelete() {
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   auto const watched = group();
+   // 1.
+   FWD_TRACE(2, "handleDelete" << "Decap Group: " << name_);
+   if (!stateMachine) return;
+   // 2. Such a group has no keys, unless it was not listening when its type went. One whose
+   //    entity is gone is withdrawn by what it holds.
+   bool const typeless = watched && watched->tunnelType() == TunnelType::unknown;
+   if (typeless && !fromIntf_.holdsAny() && !fromIp_.holdsAny()) return;
+   // 3.
+   if (stateMachine->disableCleanupOnRestart()) {
+      FWD_TRACE(5, "Disabling FwdDecapGroupSm cleanup in case of restart");
+      return;
+   }
+   // 4. The sets keep their lists; they go with the reactor.
+   leaving_ = true;
+   FirstException errors;
+   letGoAll(fromIntf_, errors, false);
+   letGoAll(fromIp_, errors, false);
+   // 5.
+   auto const config = stateMachine->dgConfig();
+   if (config && config->decapGroup().empty()) {
+      errors.attempt([&] { stateMachine->decapIntfIpDelAll(); });
+   }
+   // 6.
+   errors.attempt([&] { stateMachine->clearHwResourceFull(); });
+   // 7.
+   errors.attempt([&] { stateMachine->requestVerifyIfAsked(); });
+   leaving_ = false;
+   errors.rethrow();
+}
+
+}  // namespace Fwd

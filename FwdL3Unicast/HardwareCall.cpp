@@ -1,0 +1,175 @@
+#include "FwdL3Unicast/HardwareCall.h"
+
+#include "FwdL3Unicast/FirstException.h"
+#include "FwdL3Unicast/Messages.h"
+
+namespace Fwd {
+
+namespace {
+
+enum class Outcome : std::uint8_t { inHardware, retryLater, givenUp };
+
+/// What an answer means. An answer that the numbering does not know is given up, like an
+/// unsupported key: it stays counted and is not tried again.
+Outcome outcomeOf(dgRetCode answer) noexcept {
+   switch (answer) {
+      case dgRcSuccess:
+      case dgRcAlreadyExists:
+         return Outcome::inHardware;
+      case dgRcNotReady:
+      case dgRcHwFull:
+      case dgRcPending:
+         return Outcome::retryLater;
+      case dgRcUnSupported:
+      case dgRcMax:
+         return Outcome::givenUp;
+   }
+   return Outcome::givenUp;
+}
+
+}  // namespace
+
+HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, DecapKey const& key) noexcept
+    : stateMachine_(stateMachine), key_(key), outer_(stateMachine.hardwareCalls_) {
+   stateMachine.hardwareCalls_ = this;
+}
+
+HardwareCall::~HardwareCall() { stateMachine_.hardwareCalls_ = outer_; }
+
+bool HardwareCall::isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept {
+   for (auto const* call = stateMachine.hardwareCalls_; call != nullptr; call = call->outer_) {
+      if (call->key_ == key) return true;
+   }
+   return false;
+}
+
+bool HardwareCall::program() {
+   // One VRF at a time owns a destination: the key waits until the owner leaves.
+   if (ownerIsAnother()) {
+      stateMachine_.traceOwner(key_);
+      stateMachine_.addKeyToUnprogrammed(key_);
+      return false;
+   }
+   FWD_TRACE(2, " add key to hw " << key_);
+   FirstException errors;
+   errors.attempt([&] { settle(ask()); });
+   errors.attempt([&] { stateMachine_.doMaybeScheduleReview(); });
+   errors.rethrow();
+   return true;
+}
+
+dgRetCode HardwareCall::retry() {
+   dgRetCode const answer = ask();
+   FWD_TRACE(7, " unprogrammed rc " << answer);
+   if (!isCounted()) {
+      withdrawUnwanted(answer);
+   } else if (outcomeOf(answer) == Outcome::inHardware) {
+      recordSuccess();
+   } else if (outcomeOf(answer) == Outcome::retryLater) {
+      // No effect on a key that still waits; one that was released and wanted again meanwhile
+      // has left the backlog.
+      stateMachine_.addKeyToUnprogrammed(key_);
+   } else if (!stateMachine_.unprogrammedKeyHas(key_)) {
+      stateMachine_.refusedKey_.insertOrAssign(key_, answer);
+   }
+   return answer;
+}
+
+void HardwareCall::remove() {
+   FirstException errors;
+   errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
+   // The owner goes with any of its keys, even while another key of the same destination stays in
+   // hardware. This is deliberate: the next VRF that asks is let in.
+   errors.attempt([&] {
+      stateMachine_.tunnelTypeDecapIpToVrfDel({key_.tunnelType(), key_.dstIp()});
+   });
+   if (isCounted()) {
+      errors.attempt([&] { program(); });
+   } else {
+      errors.attempt([&] { stateMachine_.doMaybeScheduleReview(); });
+   }
+   errors.rethrow();
+}
+
+bool HardwareCall::isCounted() const { return stateMachine_.refCountHas(key_); }
+
+bool HardwareCall::ownerIsAnother() const {
+   auto const* const owner =
+      stateMachine_.tunnelTypeDecapIpToVrf().find({key_.tunnelType(), key_.dstIp()});
+   return owner != nullptr && *owner != key_.forwardingVrf();
+}
+
+dgRetCode HardwareCall::ask() {
+   try {
+      return stateMachine_.decapHelper_->programDecapKey(key_);
+   } catch (...) {
+      // A hook that throws has not programmed the key; as long as somebody wants it, it waits.
+      FirstException errors;
+      if (isCounted()) errors.attempt([&] { stateMachine_.addKeyToUnprogrammed(key_); });
+      throw;
+   }
+}
+
+void HardwareCall::settle(dgRetCode answer) {
+   if (!isCounted()) {
+      withdrawUnwanted(answer);
+      return;
+   }
+   switch (outcomeOf(answer)) {
+      case Outcome::inHardware:
+         recordSuccess();
+         return;
+      case Outcome::retryLater:
+         recordRefusal(answer);
+         return;
+      case Outcome::givenUp:
+         // Neither recorded as owner nor tried again, and still counted: deliberate. Its last
+         // release asks hardware to remove it all the same.
+         stateMachine_.refusedKey_.insertOrAssign(key_, answer);
+         return;
+   }
+}
+
+void HardwareCall::withdrawUnwanted(dgRetCode answer) {
+   // Released while hardware was being asked: what it may have taken goes again, and nothing was
+   // recorded. If the key is wanted once more when that is done, it starts over.
+   if (outcomeOf(answer) == Outcome::retryLater) return;
+   FirstException errors;
+   errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
+   if (isCounted()) errors.attempt([&] { program(); });
+   errors.rethrow();
+}
+
+void HardwareCall::recordSuccess() {
+   if (ownerIsAnother()) {
+      // Another VRF took the destination inside the hook call, when it was still free. One of the
+      // two must go, and the other one is in the books.
+      FirstException errors;
+      errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
+      if (isCounted()) errors.attempt([&] { stateMachine_.addKeyToUnprogrammed(key_); });
+      errors.rethrow();
+      return;
+   }
+   stateMachine_.refusedKey_.erase(key_);
+   FirstException errors;
+   errors.attempt([&] { stateMachine_.unprogrammedKeyDel(key_); });
+   errors.attempt([&] {
+      stateMachine_.tunnelTypeDecapIpToVrfIs({key_.tunnelType(), key_.dstIp()},
+                                             key_.forwardingVrf());
+   });
+   errors.rethrow();
+}
+
+void HardwareCall::recordRefusal(dgRetCode answer) {
+   FWD_TRACE(2, " add key to unprogrammed " << key_);
+   FirstException errors;
+   errors.attempt([&] { stateMachine_.addKeyToUnprogrammed(key_); });
+   if (answer == dgRcHwFull) {
+      // Every refusal is logged, whether or not the flag stands already. The review logs only the
+      // change; the difference is deliberate.
+      errors.attempt([&] { stateMachine_.raiseHwResourceFull(); });
+   }
+   errors.rethrow();
+}
+
+}  // namespace Fwd

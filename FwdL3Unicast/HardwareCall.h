@@ -1,0 +1,56 @@
+#pragma once
+
+#include "FwdL3Unicast/DecapKey.h"
+#include "FwdL3Unicast/FwdDecapGroupSm.h"
+#include "FwdL3Unicast/dgRetCode.h"
+
+namespace Fwd {
+
+/// A call of the platform hook that is under way for one key.
+///
+/// The hook may change configuration inside the call, and with it the very key that it was called
+/// for: the last reference goes while the key is being programmed, or a new first one comes while
+/// it is being removed. Answering that with a nested hook call for the same key would leave it to
+/// the hook's inside which of the two wins. So there is one call at a time for a key: whoever
+/// finds one under way only changes the count, and the call's owner looks at the count when the
+/// hook has returned and brings hardware in line with it.
+///
+/// Owner: the stack of the function that calls the hook.
+/// I1: at most one object exists for a key.
+class HardwareCall {
+ public:
+   HardwareCall(FwdDecapGroupSm& stateMachine, DecapKey const& key) noexcept;
+   ~HardwareCall();
+   HardwareCall(HardwareCall const&) = delete;
+   HardwareCall& operator=(HardwareCall const&) = delete;
+
+   static bool isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept;
+
+   /// Programs the key while it is counted, unless another VRF owns its destination; then it
+   /// waits. What the hook answers is recorded only for a key that is still counted.
+   /// False when it waits for another VRF.
+   bool program();
+
+   /// Tries a waiting key again and records the answer. The key may have left books and backlog
+   /// when this returns.
+   dgRetCode retry();
+
+   /// Removes the key, whose last reference has gone, and programs it again if a new reference has
+   /// come meanwhile.
+   void remove();
+
+ private:
+   bool isCounted() const;
+   bool ownerIsAnother() const;
+   dgRetCode ask();
+   void settle(dgRetCode answer);
+   void withdrawUnwanted(dgRetCode answer);
+   void recordSuccess();
+   void recordRefusal(dgRetCode answer);
+
+   FwdDecapGroupSm& stateMachine_;
+   DecapKey const key_;
+   HardwareCall* const outer_;
+};
+
+}  // namespace Fwd

@@ -1,0 +1,89 @@
+// The references on each key, and what the first and the last of them mean for hardware.
+
+#include "FwdL3Unicast/FirstException.h"
+#include "FwdL3Unicast/FwdDecapGroupSm.h"
+#include "FwdL3Unicast/HardwareCall.h"
+#include "FwdL3Unicast/MdlClock.h"
+#include "FwdL3Unicast/Messages.h"
+#include "mdl/Assert.h"
+
+namespace Fwd {
+
+void FwdDecapGroupSm::updateRefCount(DecapKey const& key, bool inc) {
+   if (key == invalidDecapKey || key == emptyDecapKey) return;
+   DecapKey const pinned = key;
+   changeRefCount(pinned, inc);
+   notify(memberId::refCount, &pinned);
+}
+
+/// Changes the count and tells nobody yet; returns the new count. Either it has changed, or an
+/// exception for lack of memory says that nothing has.
+std::uint32_t FwdDecapGroupSm::changeRefCount(DecapKey const& key, bool inc) {
+   std::uint32_t* const stored = refCount_.find(key);
+   std::uint32_t const references = stored == nullptr ? 0 : *stored;
+   FWD_TRACE_AS("updateRefCount", 2,
+                "updateRefCount" << " key " << key << " refCount " << references
+                                 << (inc ? " inc by 1" : " dec by 1"));
+   if (inc) {
+      if (stored == nullptr) {
+         refCount_.insertOrAssign(key, 1);
+      } else {
+         *stored = references + 1;
+      }
+      return references + 1;
+   }
+   if (references == 0) {
+      Mdl::assertionFailed("0", sourceFile,
+                           "void Fwd::FwdDecapGroupSm::updateRefCount(const Fwd::DecapKey&, bool)");
+   }
+   if (references == 1) {
+      refCount_.erase(key);
+      if (!refusedKey_.empty()) refusedKey_.erase(key);
+   } else {
+      *stored = references - 1;
+   }
+   return references - 1;
+}
+
+/// Step by step what a new reference means: tell, and on the first one hand the key to hardware
+/// and ask for a verification. A watcher that throws does not stop the rest.
+void FwdDecapGroupSm::referenceTaken(DecapKey const& key, std::uint32_t references) {
+   FirstException errors;
+   errors.attempt([&] { notify(memberId::refCount, &key); });
+   bool asked = false;
+   if (references == 1 && refCountHas(key)) errors.attempt([&] { asked = handOver(key); });
+   if (asked) errors.attempt([&] { requestVerifyIfAsked(); });
+   errors.rethrow();
+}
+
+void FwdDecapGroupSm::referenceReleased(DecapKey const& key, std::uint32_t references) {
+   FirstException errors;
+   errors.attempt([&] { notify(memberId::refCount, &key); });
+   if (references == 0 && !refCountHas(key)) errors.attempt([&] { takeBack(key); });
+   errors.rethrow();
+}
+
+/// The key has its first reference. False when hardware need not be asked: another VRF owns the
+/// destination, or a call that is under way for the key answers for it.
+bool FwdDecapGroupSm::handOver(DecapKey const& key) {
+   if (HardwareCall::isUnderWay(*this, key)) return false;
+   return HardwareCall(*this, key).program();
+}
+
+/// The key has lost its last reference.
+void FwdDecapGroupSm::takeBack(DecapKey const& key) {
+   FWD_TRACE(2, " delete key from hw " << key);
+   if (unprogrammedKeyHas(key)) {
+      // Hardware never held it: the hook is not called, and no other VRF can be let in.
+      FirstException errors;
+      errors.attempt([&] { unprogrammedKeyDel(key); });
+      // A review that is still to come clears the alarm; without one nobody else would.
+      if (!reviewScheduled()) errors.attempt([&] { clearHwResourceFull(); });
+      errors.rethrow();
+      return;
+   }
+   if (HardwareCall::isUnderWay(*this, key)) return;
+   HardwareCall(*this, key).remove();
+}
+
+}  // namespace Fwd

@@ -1,0 +1,45 @@
+#include "FwdL3Unicast/MdlIpStatus.h"
+
+#include "FwdL3Unicast/MdlIpIntfStatus.h"
+
+namespace Fwd {
+
+FwdDecapGroupSm::MdlIpStatus::MdlIpStatus(Mdl::Ptr<Ip::Status const> const& status,
+                                          FwdDecapGroupSm* stateMachine)
+    : NotifieeConst(status), stateMachine_(stateMachine) {
+   isRegisteredNotifieeIs(true);
+}
+
+FwdDecapGroupSm::MdlIpStatus::~MdlIpStatus() = default;
+
+Mdl::Ptr<Ip::Status const> FwdDecapGroupSm::MdlIpStatus::status() const noexcept {
+   return Mdl::staticPtrCast<Ip::Status const>(notifier());
+}
+
+void FwdDecapGroupSm::MdlIpStatus::notifierIs(Mdl::Ptr<Mdl::Entity const> const& entity) {
+   auto const next = Mdl::dynamicPtrCast<Ip::Status const>(entity);
+   if (next == notifier()) return;
+   baseNotifierIs(next);
+   isRegisteredNotifieeIs(true);
+   if (!next || stateMachine_ == nullptr) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   for (auto const& entry : next->ipIntfStatus().walk()) stateMachine->ipIntfStatusIs(entry.value);
+   for (auto const& entry : stateMachine->mdlIpIntfStatus().walk()) {
+      if (!next->ipIntfStatusHas(entry.key)) stateMachine->ipIntfStatusDel(entry.key);
+   }
+}
+
+void FwdDecapGroupSm::MdlIpStatus::onAttribute(Mdl::AttributeId attribute, void const* key) {
+   if (attribute != Ip::Status::ipIntfStatusAttributeId) return;
+   auto const watched = status();
+   if (!watched || stateMachine_ == nullptr) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   auto const& intfId = *static_cast<Pkt::IntfId const*>(key);
+   if (auto const intfStatus = watched->ipIntfStatus(intfId)) {
+      stateMachine->ipIntfStatusIs(intfStatus);
+   } else {
+      stateMachine->ipIntfStatusDel(intfId);
+   }
+}
+
+}  // namespace Fwd
