@@ -1,0 +1,91 @@
+#include "agent/CommandLine.h"
+
+#include "agent/RunCommand.h"
+
+#include <CLI/CLI.hpp>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace Agent {
+
+namespace {
+
+constexpr char const* scenarioSuffix = ".scn";
+
+/// What follows `run`: files in any order, told apart by their names.
+struct RunArguments {
+   std::vector<std::string> files;
+   std::string scenario;
+   int traceLevel = -1;
+   bool json = false;
+   bool all = false;
+   std::size_t rows = 40;
+   double limit = 3600.0;
+};
+
+void declareRun(CLI::App& run, RunArguments& arguments) {
+   run.add_option("FILE", arguments.files,
+                  "A configuration (JSON; - for standard input), a scenario (*.scn), or both")
+       ->expected(0, 2);
+   run.add_option("--scenario", arguments.scenario, "A scenario, whatever its name")
+       ->type_name("FILE");
+   run.add_option("--trace", arguments.traceLevel, "Show traces of the levels 0 to LEVEL")
+       ->type_name("LEVEL")
+       ->check(CLI::Range(0, 31));
+   run.add_flag("--json", arguments.json, "One JSON document instead of tables");
+   run.add_option("--rows", arguments.rows, "Show at most so many rows of a table (40)")
+       ->type_name("N");
+   run.add_flag("--all", arguments.all, "Show all rows");
+   run.add_option("--limit", arguments.limit,
+                  "Simulated seconds after which a run is no longer waited for (3600)")
+       ->type_name("SECONDS")
+       ->check(CLI::NonNegativeNumber);
+}
+
+RunOptions optionsFrom(RunArguments const& arguments) {
+   RunOptions options;
+   options.scenario = arguments.scenario;
+   for (std::string const& file : arguments.files) {
+      bool const isScenario = CLI::detail::to_lower(file).ends_with(scenarioSuffix);
+      std::string& slot = isScenario ? options.scenario : options.configuration;
+      if (!slot.empty()) {
+         throw CLI::ValidationError("run", std::string("more than one ") +
+                                               (isScenario ? "scenario" : "configuration") +
+                                               " is given");
+      }
+      slot = file;
+   }
+   if (options.scenario.empty() && options.configuration.empty()) {
+      throw CLI::ValidationError("run", "needs a configuration or a scenario");
+   }
+   if (arguments.traceLevel >= 0) {
+      options.traceLevel = static_cast<unsigned>(arguments.traceLevel);
+   }
+   options.json = arguments.json;
+   options.rows = arguments.all ? std::numeric_limits<std::size_t>::max() : arguments.rows;
+   options.limit = arguments.limit;
+   return options;
+}
+
+}  // namespace
+
+int commandLine(int argc, char const* const* argv, std::ostream& out, std::ostream& err) {
+   CLI::App app("Programs decapsulation entries for decap groups, on simulated hardware.",
+                "decap-agent");
+   app.require_subcommand(1);
+   RunArguments arguments;
+   CLI::App& runApp = *app.add_subcommand("run", "Run a configuration or a scenario until quiet");
+   declareRun(runApp, arguments);
+   try {
+      app.parse(argc, argv);
+      return static_cast<int>(run(optionsFrom(arguments), out, err));
+   } catch (CLI::ParseError const& error) {
+      bool const asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+      app.exit(error, out, err);
+      return static_cast<int>(asked ? ExitCode::ok : ExitCode::badInput);
+   }
+}
+
+}  // namespace Agent

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "l3/VrfName.h"
+#include "mdl/Seconds.h"
+#include "mdl/String.h"
+#include "pkt/IpGenPrefix.h"
+#include "platform/sim/HardwareTable.h"
+#include "platform/sim/Script.h"
+#include "tunnel/decap/PayloadType.h"
+#include "tunnel/decap/TunnelType.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Agent {
+
+/// One decap group as configured. What is left out keeps the value that says "not set".
+struct GroupConfiguration {
+   Mdl::String name;
+   Tunnel::Decap::TunnelType tunnelType = Tunnel::Decap::TunnelType::unknown;
+   std::uint16_t destPort = 0;
+   Tunnel::Decap::PayloadType payloadType = Tunnel::Decap::PayloadType::unset;
+   L3::VrfName vrf = L3::VrfName::defaultVrf();
+   std::vector<Pkt::IpGenPrefix> decapIps;
+};
+
+/// An answer that simulated hardware gives for a destination.
+struct ScriptedAnswer {
+   Pkt::IpGenPrefix destination;
+   Sim::Answer answer;
+   std::uint64_t times = Sim::Script::always;
+};
+
+/// The simulated hardware under the machine.
+struct HardwareConfiguration {
+   std::size_t capacity = Sim::HardwareTable::unlimited;
+   std::vector<std::pair<Tunnel::Decap::TunnelType, std::size_t>> capacityByType;
+   Mdl::Seconds latency = 0.0;
+   Mdl::Seconds notReadyUntil = 0.0;
+   Mdl::Seconds callCost = 0.0;
+   std::vector<ScriptedAnswer> answers;
+};
+
+/// How the machine goes back to keys that wait.
+struct ReviewConfiguration {
+   Mdl::Seconds interval = 0.1;
+   Mdl::Seconds budget = 0.01;
+};
+
+/// What a configuration file says.
+struct Configuration {
+   std::vector<GroupConfiguration> groups;
+   HardwareConfiguration hardware;
+   ReviewConfiguration review;
+};
+
+}  // namespace Agent

@@ -1,0 +1,36 @@
+#include "agent/MachineView.h"
+
+#include "FwdL3Unicast/MdlClock.h"
+#include "FwdL3Unicast/MdlDecapGroup.h"
+
+namespace Agent {
+
+Mdl::Seconds nextWakeUp(Fwd::FwdDecapGroupSm const& machine) {
+   auto const& clock = machine.mdlClock();
+   return clock ? clock->timeMin() : Mdl::never;
+}
+
+void forEachKeyOf(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
+                  std::function<void(Fwd::DecapKey const& key, bool held)> const& visit) {
+   auto const reactor = machine.mdlDecapGroup(group);
+   if (!reactor) return;
+   auto const& fromIp = reactor->decapKeyFromIp();
+   auto const& fromIntf = reactor->decapKeyFromIntf();
+   for (auto const& entry : fromIp.walk()) {
+      if (!fromIp.isListed(entry.key)) continue;
+      visit(entry.key, fromIp.isHeld(entry.key) || fromIntf.isHeld(entry.key));
+   }
+   for (auto const& entry : fromIntf.walk()) {
+      if (!fromIntf.isListed(entry.key) || fromIp.isListed(entry.key)) continue;
+      visit(entry.key, fromIntf.isHeld(entry.key));
+   }
+}
+
+bool groupHasKey(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
+                 Fwd::DecapKey const& key) {
+   auto const reactor = machine.mdlDecapGroup(group);
+   return reactor &&
+          (reactor->decapKeyFromIp().isListed(key) || reactor->decapKeyFromIntf().isListed(key));
+}
+
+}  // namespace Agent

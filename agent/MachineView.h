@@ -1,0 +1,25 @@
+#pragma once
+
+#include "FwdL3Unicast/FwdDecapGroup.h"
+
+#include <functional>
+
+namespace Agent {
+
+// What the agent reads of the state machine's reactors. Nothing else of the agent looks behind the
+// machine's front.
+
+/// When the machine wants to be woken; `Mdl::never` when it does not.
+Mdl::Seconds nextWakeUp(Fwd::FwdDecapGroupSm const& machine);
+
+/// Visits the keys that a group has derived, each once: from its prefixes, then those that only
+/// its interfaces give. `held` says whether the group holds a reference on the key; a key without
+/// one was stopped before hardware. The visitor changes nothing.
+void forEachKeyOf(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
+                  std::function<void(Fwd::DecapKey const& key, bool held)> const& visit);
+
+/// Whether the group has derived the key.
+bool groupHasKey(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
+                 Fwd::DecapKey const& key);
+
+}  // namespace Agent

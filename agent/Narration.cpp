@@ -1,0 +1,58 @@
+#include "agent/Narration.h"
+
+#include "agent/World.h"
+#include "agent/Wording.h"
+
+#include <string_view>
+#include <utility>
+
+namespace Agent {
+
+Narration::Narration(World& world, std::ostream* out, std::string indent)
+    : world_(world),
+      out_(out),
+      indent_(std::move(indent)),
+      trace_(Mdl::TraceHandle::find("FwdDecapGroup")) {
+   world_.callObserverIs([this](Sim::Call const& call) {
+      calls_.push_back(call);
+      line(call.time, callText(call));
+   });
+   world_.log().observerIs([this](Mdl::LogHandle const& message) {
+      messages_.push_back(&message);
+      line(world_.now(), "log " + logText(message));
+   });
+   world_.faultHandlerIs([this](std::exception const& exception) { fault(exception); });
+   Mdl::Trace::sinkIs([this](Mdl::TraceRecord const& record) {
+      line(world_.now(),
+           "trace " + std::to_string(record.level) + "  " + std::string(record.text));
+   });
+}
+
+Narration::~Narration() {
+   traceLevelIs(std::nullopt);
+   Mdl::Trace::sinkIs({});
+   world_.callObserverIs({});
+   world_.log().observerIs({});
+   world_.faultHandlerIs({});
+}
+
+void Narration::traceLevelIs(std::optional<unsigned> level) {
+   if (trace_ == nullptr) return;
+   // The bits 0 to level.
+   trace_->maskIs(!level ? 0 : *level >= 31 ? ~std::uint32_t{0} : (2u << *level) - 1);
+}
+
+void Narration::startOver() {
+   calls_.clear();
+   messages_.clear();
+}
+
+void Narration::fault(std::exception const& exception) {
+   line(world_.now(), std::string("exception: ") + exception.what());
+}
+
+void Narration::line(Mdl::Seconds time, std::string const& text) {
+   if (out_ != nullptr) *out_ << indent_ << secondsText(time) << "  " << text << '\n';
+}
+
+}  // namespace Agent

@@ -1,0 +1,32 @@
+#include "agent/Refusals.h"
+
+namespace Agent {
+
+namespace {
+
+bool isRefusal(Sim::Call const& call) noexcept {
+   return call.outcome == Sim::Outcome::threw ||
+          (call.answer != Fwd::dgRcSuccess && call.answer != Fwd::dgRcAlreadyExists);
+}
+
+}  // namespace
+
+void Refusals::note(Sim::Call const& call) {
+   switch (call.operation) {
+      case Sim::Operation::verify:
+      case Sim::Operation::configReady: return;
+      case Sim::Operation::remove: refused_.erase(call.key); return;
+      case Sim::Operation::program: break;
+   }
+   if (!isRefusal(call)) {
+      refused_.erase(call.key);
+      return;
+   }
+   Refusal& refusal = *refused_.tryInsert(call.key).value;
+   refusal.threw = call.outcome == Sim::Outcome::threw;
+   refusal.answer = call.answer;
+   refusal.last = call.time;
+   ++refusal.times;
+}
+
+}  // namespace Agent

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "mdl/Collection.h"
+#include "mdl/Seconds.h"
+#include "platform/sim/Call.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Agent {
+
+/// How hardware last refused a key.
+struct Refusal {
+   /// The call threw instead of answering.
+   bool threw = false;
+   Fwd::dgRetCode answer = Fwd::dgRcSuccess;
+   Mdl::Seconds last = 0.0;
+   /// Refusals since the key was first asked for.
+   std::uint32_t times = 0;
+
+   friend bool operator==(Refusal const&, Refusal const&) = default;
+};
+
+/// Why keys are not in hardware, from the answers that the hook gave. The state machine does not
+/// keep that: to it a key waits or does not.
+///
+/// Owner: the agent, which passes every call on.
+/// Cost: O(1) a call; an entry for each key that was refused and has neither been accepted nor
+///   removed since.
+class Refusals {
+ public:
+   void note(Sim::Call const& call);
+   /// The key's last refusal, null when hardware has not refused it.
+   Refusal const* find(Fwd::DecapKey const& key) const { return refused_.find(key); }
+   std::size_t size() const noexcept { return refused_.size(); }
+   /// Forgets the keys for which `isStill(key)` is false: a key that was given up while it waited
+   /// leaves no call behind.
+   template <class IsStill>
+   void prune(IsStill const& isStill) {
+      for (auto const& entry : refused_.walk()) {
+         if (!isStill(entry.key)) refused_.erase(entry.key);
+      }
+   }
+
+ private:
+   Mdl::Collection<Fwd::DecapKey, Refusal> refused_;
+};
+
+}  // namespace Agent

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "FwdL3Unicast/FwdDecapGroup.h"
+#include "agent/OperatorLog.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Agent {
+
+class World;
+
+/// Why a key is not in hardware.
+enum class Reason : std::uint8_t {
+   none,         ///< it is
+   vrfConflict,  ///< waits: another VRF owns the destination
+   full,         ///< waits: no room
+   notReady,     ///< waits: the hardware was not ready
+   pending,      ///< waits: the hardware had accepted the key but not finished
+   fault,        ///< the hook failed with an exception
+   untried,      ///< waits for the next review
+   portUnset,    ///< not handed to hardware: UDP without port or payload type
+   unsupported,  ///< refused for good
+   refused,      ///< refused for good, by a limit or an unknown code
+};
+
+/// The name of a reason in documents for programs: "vrfConflict".
+char const* reasonName(Reason reason) noexcept;
+
+/// A key as a report shows it.
+struct KeyRow {
+   Fwd::DecapKey key;
+   /// The groups that call for it, in the order of configuration.
+   std::vector<Mdl::String> groups;
+   std::uint32_t references = 0;
+   Mdl::Seconds since = 0.0;  ///< in hardware: when it was written
+   Reason reason = Reason::none;
+   std::uint32_t refusals = 0;      ///< answers that were refusals
+   Mdl::Seconds lastRefusal = 0.0;  ///< when `refusals` is not 0
+   // For a conflict: who owns the destination.
+   L3::VrfName ownerVrf;
+   std::vector<Mdl::String> ownerGroups;
+};
+
+/// Some rows of a list, and how long it is.
+struct Rows {
+   std::vector<KeyRow> rows;
+   std::size_t total = 0;
+};
+
+/// One group and what became of its keys.
+struct GroupRow {
+   Mdl::Ptr<Tunnel::Decap::DecapGroup const> group;
+   std::size_t inHardware = 0;
+   std::size_t waiting = 0;
+   std::size_t missing = 0;
+};
+
+/// What a tunnel type may take of the hardware table, and takes.
+struct TypeShare {
+   Tunnel::Decap::TunnelType type = Tunnel::Decap::TunnelType::unknown;
+   std::size_t size = 0;
+   std::size_t capacity = 0;
+   std::size_t highWater = 0;
+};
+
+/// How many rows of a list a report takes, and of which lists it takes any.
+struct ReportScope {
+   std::size_t rows = 40;
+   bool groups = true;
+   bool hardware = true;
+   bool backlog = true;
+};
+
+/// What a person or a program wants to know about a world now.
+///
+/// A value: it stays as it is when the world moves on.
+/// Cost: one pass over all keys, and memory for the rows that it takes.
+struct Report {
+   Report(World const& world, ReportScope const& scope);
+
+   Mdl::Seconds time = 0.0;
+   std::vector<GroupRow> groups;
+   std::size_t groupsTotal = 0;
+   std::size_t prefixes = 0;
+
+   /// In the order of programming.
+   Rows hardware;
+   std::size_t capacity = 0;
+   std::size_t highWater = 0;
+   /// The tunnel types with a capacity of their own.
+   std::vector<TypeShare> shares;
+   /// Entries that more than one group calls for.
+   std::size_t shared = 0;
+   /// Entries that no group calls for.
+   std::size_t unclaimed = 0;
+   bool resourceFull = false;
+
+   /// In the order of the backlog.
+   Rows waiting;
+   std::size_t waitingForVrf = 0;
+   /// What groups call for and is neither in hardware nor waiting.
+   Rows missing;
+
+   std::vector<LogEntry> log;
+};
+
+}  // namespace Agent

@@ -1,0 +1,142 @@
+#include "agent/TextReport.h"
+
+#include "agent/TextTable.h"
+#include "agent/Wording.h"
+#include "platform/sim/HardwareTable.h"
+
+#include <string>
+#include <vector>
+
+namespace Agent {
+
+namespace {
+
+using Align = TextTable::Align;
+
+std::string portText(std::uint16_t port) { return port == 0 ? "-" : std::to_string(port); }
+
+std::string payloadText(Tunnel::Decap::PayloadType payload) {
+   return payload == Tunnel::Decap::PayloadType::unset ? "-" : stringValue(payload).stdString();
+}
+
+std::string typeText(Tunnel::Decap::TunnelType type) {
+   return type == Tunnel::Decap::TunnelType::unknown ? "-" : stringValue(type).stdString();
+}
+
+std::vector<TextTable::Column> keyColumns(std::string const& last) {
+   return {{"TUNNEL"}, {"DESTINATION"}, {"PORT", Align::right}, {"PAYLOAD"},
+           {"VRF"},    {"GROUPS"},      {last}};
+}
+
+std::vector<std::string> keyCells(KeyRow const& row, std::string const& last) {
+   Fwd::DecapKey const& key = row.key;
+   return {typeText(key.tunnelType()),
+           key.dstIp().empty() ? "-" : key.dstIp().stringValue().stdString(),
+           portText(key.destPort()),
+           payloadText(key.payloadType()),
+           vrfText(key.forwardingVrf()),
+           row.groups.empty() ? "-" : namesText(row.groups),
+           last};
+}
+
+void printMore(std::ostream& out, std::size_t shown, std::size_t total) {
+   if (total > shown) out << "  ... and " << total - shown << " more\n";
+}
+
+/// What makes an entry worth a second look.
+std::string entryNote(KeyRow const& row) {
+   if (row.references == 0) return "no group calls for it";
+   if (row.groups.size() > 1) return "shared by " + counted(row.groups.size(), "group");
+   return "";
+}
+
+void printRows(std::ostream& out, Rows const& list) {
+   if (list.rows.empty()) return;
+   TextTable table(keyColumns("WHY"));
+   for (KeyRow const& row : list.rows) table.row(keyCells(row, reasonText(row)));
+   table.print(out);
+   printMore(out, list.rows.size(), list.total);
+}
+
+}  // namespace
+
+void printGroups(std::ostream& out, Report const& report) {
+   out << "Groups: " << report.groupsTotal << "; "
+       << counted(report.prefixes, "prefix", "prefixes") << '\n';
+   if (report.groups.empty()) return;
+   TextTable table({{"GROUP"},
+                    {"TUNNEL"},
+                    {"PORT", Align::right},
+                    {"PAYLOAD"},
+                    {"VRF"},
+                    {"PREFIXES", Align::right},
+                    {"IN HARDWARE", Align::right},
+                    {"WAITING", Align::right},
+                    {"NOTE"}});
+   for (GroupRow const& row : report.groups) {
+      Tunnel::Decap::DecapGroup const& group = *row.group;
+      std::string note;
+      if (group.tunnelType() == Tunnel::Decap::TunnelType::unknown) {
+         note = "no tunnel type: nothing to program";
+      } else if (row.missing != 0) {
+         note = std::to_string(row.missing) + " not programmed";
+      }
+      table.row({group.name().stdString(), typeText(group.tunnelType()),
+                 portText(group.destPort()), payloadText(group.payloadType()),
+                 vrfText(group.forwardingVrf()), std::to_string(group.decapIp().size()),
+                 std::to_string(row.inHardware), std::to_string(row.waiting), note});
+   }
+   table.print(out);
+   printMore(out, report.groups.size(), report.groupsTotal);
+}
+
+void printHardware(std::ostream& out, Report const& report) {
+   out << "Hardware table: ";
+   if (report.capacity == Sim::HardwareTable::unlimited) {
+      out << counted(report.hardware.total, "entry", "entries") << ", no limit";
+   } else {
+      out << report.hardware.total << " of " << report.capacity << " entries in use";
+   }
+   for (TypeShare const& share : report.shares) {
+      out << ", " << stringValue(share.type) << ' ' << share.size << " of " << share.capacity;
+   }
+   out << "; at most " << report.highWater << " at once\n";
+   if (report.hardware.rows.empty()) return;
+   TextTable table(keyColumns("NOTE"));
+   for (KeyRow const& row : report.hardware.rows) table.row(keyCells(row, entryNote(row)));
+   table.print(out);
+   printMore(out, report.hardware.rows.size(), report.hardware.total);
+}
+
+void printBacklog(std::ostream& out, Report const& report) {
+   out << "Waiting to be programmed: " << counted(report.waiting.total, "key") << '\n';
+   printRows(out, report.waiting);
+   if (report.missing.total == 0) return;
+   out << "Not programmed and not waiting: " << counted(report.missing.total, "key") << '\n';
+   printRows(out, report.missing);
+}
+
+void printLog(std::ostream& out, Report const& report) {
+   out << (report.log.empty() ? "Log: no messages\n" : "Log:\n");
+   for (LogEntry const& entry : report.log) {
+      out << "  " << secondsText(entry.first) << " s  " << logText(*entry.message);
+      if (entry.times > 1) {
+         out << " [" << entry.times << " times, last at " << secondsText(entry.last) << " s]";
+      }
+      out << '\n';
+   }
+}
+
+void printSummary(std::ostream& out, Report const& report) {
+   out << "Summary: " << report.hardware.total << " in hardware";
+   if (report.shared != 0) out << " (" << report.shared << " shared)";
+   if (report.unclaimed != 0) out << " (" << report.unclaimed << " not called for)";
+   out << ", " << report.waiting.total << " waiting";
+   if (report.waitingForVrf != 0) {
+      out << " (" << counted(report.waitingForVrf, "VRF conflict") << ")";
+   }
+   out << ", " << report.missing.total << " not programmed; resource alarm "
+       << (report.resourceFull ? "on" : "off") << '\n';
+}
+
+}  // namespace Agent

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "agent/Report.h"
+
+#include <ostream>
+
+namespace Agent {
+
+// A report for people, a section each. Sections without rows say so in their heading.
+
+void printGroups(std::ostream& out, Report const& report);
+void printHardware(std::ostream& out, Report const& report);
+/// What waits, and what is neither in hardware nor waiting.
+void printBacklog(std::ostream& out, Report const& report);
+void printLog(std::ostream& out, Report const& report);
+/// One line.
+void printSummary(std::ostream& out, Report const& report);
+
+}  // namespace Agent

@@ -1,0 +1,84 @@
+#include "agent/Wording.h"
+
+#include "mdl/Format.h"
+
+#include <algorithm>
+
+namespace Agent {
+
+namespace {
+
+std::string refusalText(KeyRow const& row, std::string const& what) {
+   if (row.refusals == 0) return what;
+   return what + "; refused " + counted(row.refusals, "time") + ", last at " +
+          secondsText(row.lastRefusal) + " s";
+}
+
+std::string conflictText(KeyRow const& row) {
+   std::string text = "VRF conflict: " + row.key.dstIp().stringValue().stdString() +
+                      " goes to VRF " + vrfText(row.ownerVrf);
+   if (!row.ownerGroups.empty()) {
+      text += row.ownerGroups.size() == 1 ? " (group " : " (groups ";
+      text += namesText(row.ownerGroups) + ")";
+   }
+   return text;
+}
+
+std::string unsetText(KeyRow const& row) {
+   bool const port = row.key.destPort() == 0;
+   bool const payload = row.key.payloadType() == Tunnel::Decap::PayloadType::unset;
+   if (port && payload) return "UDP destination port and payload type are not set";
+   return port ? "UDP destination port is not set" : "UDP payload type is not set";
+}
+
+}  // namespace
+
+std::string secondsText(Mdl::Seconds time) {
+   std::string text = Mdl::format("%.6f", time).stdString();
+   std::size_t const point = text.find('.');
+   if (point == std::string::npos) return text;  // infinity
+   std::size_t const last = std::max(text.find_last_not_of('0'), point + 3);
+   text.resize(last + 1);
+   return text;
+}
+
+std::string counted(std::uint64_t count, std::string_view noun, std::string_view plural) {
+   std::string text = std::to_string(count) + ' ';
+   if (count == 1 || plural.empty()) {
+      text += noun;
+      return count == 1 ? text : text + 's';
+   }
+   text += plural;
+   return text;
+}
+
+std::string namesText(std::vector<Mdl::String> const& names, std::size_t most) {
+   std::string text;
+   for (std::size_t i = 0; i < std::min(names.size(), most); ++i) {
+      text += (i == 0 ? "" : ", ") + names[i].stdString();
+   }
+   if (names.size() > most) text += " and " + std::to_string(names.size() - most) + " more";
+   return text;
+}
+
+std::string vrfText(L3::VrfName const& vrf) {
+   return vrf.empty() ? "(none)" : vrf.name().stdString();
+}
+
+std::string reasonText(KeyRow const& row) {
+   switch (row.reason) {
+      case Reason::none: return "";
+      case Reason::vrfConflict: return conflictText(row);
+      case Reason::full: return refusalText(row, "hardware table full");
+      case Reason::notReady: return refusalText(row, "hardware not ready");
+      case Reason::pending: return refusalText(row, "hardware is still writing it");
+      case Reason::fault: return refusalText(row, "hardware call failed");
+      case Reason::untried: return "waits for the next review";
+      case Reason::portUnset: return unsetText(row);
+      case Reason::unsupported: return refusalText(row, "hardware does not support it");
+      case Reason::refused: return refusalText(row, "hardware will not take it");
+   }
+   return "";
+}
+
+}  // namespace Agent

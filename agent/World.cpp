@@ -1,0 +1,174 @@
+#include "agent/World.h"
+
+#include "agent/MachineView.h"
+
+#include <cstdint>
+
+namespace Agent {
+
+namespace {
+
+/// One turn of an event loop that is due at once. Simulated time must move for a wake-up to run.
+constexpr Mdl::Seconds shortestTurn = 0.001;
+
+/// Calls kept for the person at the terminal; a million prefixes must not be kept twice.
+constexpr std::size_t journalLimit = 1000;
+
+/// What a wake-up can change that matters to an onlooker.
+struct Mark {
+   std::size_t entries;
+   std::size_t waiting;
+   std::uint64_t programmed;
+   bool full;
+
+   friend bool operator==(Mark const&, Mark const&) = default;
+};
+
+}  // namespace
+
+World::World()
+    : config_(Mdl::allocate<Tunnel::Decap::Config>()),
+      status_(Mdl::allocate<Tunnel::Decap::Hardware::Status>()),
+      ipStatus_(Mdl::allocate<Ip::Status>()),
+      ip6Status_(Mdl::allocate<Ip6::Status>()),
+      shared_(Mdl::allocate<Fwd::FwdCommonSmData>(Mdl::allocate<Fwd::VerifyData>())),
+      hardware_(Mdl::allocate<Sim::SimHelper>()) {
+   hardware_->journal().limitIs(journalLimit);
+   hardware_->observerIs([this](Sim::Call const& call) {
+      refusals_.note(call);
+      if (callObserver_) callObserver_(call);
+   });
+}
+
+World::~World() {
+   // Nobody listens any more to what the tear-down does.
+   hardware_->observerIs({});
+   machine_ = nullptr;
+}
+
+void World::configure(Configuration const& configuration) {
+   configure(configuration.hardware);
+   review_ = configuration.review;
+   reviewChanged();
+   for (auto const& group : configuration.groups) configure(group);
+}
+
+void World::configure(HardwareConfiguration const& hardware) {
+   hardware_->table().capacityIs(hardware.capacity);
+   for (auto const& [type, entries] : hardware.capacityByType) {
+      hardware_->table().capacityIs(type, entries);
+   }
+   hardware_->latencyIs(hardware.latency);
+   hardware_->notReadyUntilIs(hardware.notReadyUntil);
+   callCostIs(hardware.callCost);
+   for (auto const& rule : hardware.answers) {
+      hardware_->script().forPrefix(rule.destination, rule.answer, rule.times);
+   }
+}
+
+void World::configure(GroupConfiguration const& configuration) {
+   auto const group = groupFor(configuration.name);
+   group->tunnelTypeIs(configuration.tunnelType);
+   group->destPortIs(configuration.destPort);
+   group->payloadTypeIs(configuration.payloadType);
+   group->forwardingVrfIs(configuration.vrf);
+   for (auto const& prefix : configuration.decapIps) group->decapIpIs(prefix);
+   groupIs(group);
+}
+
+void World::build() {
+   if (machine_) return;
+   machine_ = Fwd::fwdDecapGroupSmFactory(shared_, config_, status_, ipStatus_, ip6Status_,
+                                          time_.clock(), hardware_);
+   reviewChanged();
+}
+
+void World::start() {
+   build();
+   configReady();
+   initialized();
+}
+
+void World::stop(bool keepHardware) {
+   if (!machine_) return;
+   machine_->disableCleanupOnRestartIs(keepHardware);
+   machine_ = nullptr;
+   // Whoever comes next is to be told again.
+   config_->readyIs(false);
+}
+
+Mdl::Ptr<World::DecapGroup> World::groupFor(Mdl::String const& name) {
+   if (auto const known = group(name)) return known;
+   auto const made = Mdl::allocate<DecapGroup>(name);
+   made->forwardingVrfIs(L3::VrfName::defaultVrf());
+   return made;
+}
+
+Mdl::Ptr<World::DecapGroup> World::group(Mdl::String const& name) const {
+   Mdl::Ptr<DecapGroup> const* const known = groups_.find(name);
+   return known == nullptr ? nullptr : *known;
+}
+
+void World::groupIs(Mdl::Ptr<DecapGroup> const& group) {
+   groups_.insertOrAssign(group->name(), group);
+   config_->decapGroupIs(group);
+}
+
+void World::groupDel(Mdl::String const& name) {
+   groups_.erase(name);
+   config_->decapGroupDel(name);
+}
+
+void World::turn() {
+   if (time_.now() > time_.clock()->time()) moveClock(time_.now());
+}
+
+void World::advanceTo(Mdl::Seconds time) {
+   for (Mdl::Seconds next = nextTurn(); next <= time; next = nextTurn()) moveClock(next);
+   moveClock(time);
+}
+
+Settled World::settle(Mdl::Seconds limit) {
+   auto const mark = [this] {
+      return Mark{hardware_->table().size(),
+                  machine_ ? machine_->unprogrammedKey().size() : 0,
+                  hardware_->written(), status_->hwResourceFull()};
+   };
+   turn();
+   Mdl::Seconds const latest = now() + limit;
+   for (;;) {
+      Mdl::Seconds const next = nextTurn();
+      if (next == Mdl::never) return {true, now()};
+      if (next > latest) return {false, now()};
+      Mark const before = mark();
+      moveClock(next);
+      if (mark() == before && !hardware_->script().changesByCalls() &&
+          hardware_->nextChange() == Mdl::never) {
+         return {true, now()};
+      }
+   }
+}
+
+void World::reviewChanged() {
+   if (!machine_) return;
+   machine_->reviewIntervalIs(review_.interval);
+   machine_->reviewQuantaIs(review_.budget);
+}
+
+void World::moveClock(Mdl::Seconds time) {
+   try {
+      time_.advanceTo(time);
+   } catch (Mdl::Exception const& fault) {
+      if (!faultHandler_) throw;
+      faultHandler_(fault);
+   }
+}
+
+/// When the machine is to be woken next; `Mdl::never` when it does not want to be.
+Mdl::Seconds World::nextTurn() const {
+   Mdl::Seconds const wakeUp = machine_ ? nextWakeUp(*machine_) : Mdl::never;
+   Mdl::Seconds const clock = time_.clock()->time();
+   return wakeUp > clock ? wakeUp : clock + shortestTurn;
+}
+
+}  // namespace Agent

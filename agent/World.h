@@ -1,0 +1,135 @@
+#pragma once
+
+#include "FwdL3Unicast/FwdDecapGroup.h"
+#include "agent/Configuration.h"
+#include "agent/OperatorLog.h"
+#include "agent/Refusals.h"
+#include "platform/sim/SimHelper.h"
+#include "platform/sim/SimTime.h"
+
+#include <exception>
+#include <functional>
+#include <string>
+
+namespace Agent {
+
+/// How a run ended.
+struct Settled {
+   /// Nothing more would change by itself.
+   bool quiet = false;
+   Mdl::Seconds at = 0.0;
+};
+
+/// One switch in simulated time: the entities that an agent owns, simulated hardware, and the state
+/// machine between them.
+///
+/// Owner: a command that runs something; one at a time, as time, log and traces are the process's.
+/// I1: the machine, while there is one, watches this world's entities and clock and drives its
+///   hardware.
+/// I2: simulated time moves only here and by what hook calls cost.
+/// Exceptions: whatever a change makes the hook throw reaches the caller of that change; in
+///   `advanceTo` and `settle` it is handed to the fault handler, and time goes on.
+class World {
+ public:
+   using DecapGroup = Tunnel::Decap::DecapGroup;
+   using FaultHandler = std::function<void(std::exception const&)>;
+   using CallObserver = std::function<void(Sim::Call const&)>;
+
+   World();
+   World(World const&) = delete;
+   World& operator=(World const&) = delete;
+   /// Drops the machine first, which withdraws what it programmed.
+   ~World();
+
+   /// Adds the groups and takes over the settings. A group that exists is changed.
+   void configure(Configuration const& configuration);
+
+   // The machine's life.
+
+   /// Builds the machine without telling it to begin. Nothing when there is one.
+   void build();
+   /// The configuration is complete.
+   void configReady() { config_->readyIs(true); }
+   /// The agent has finished its start-up. Nothing when there is no machine.
+   void initialized() {
+      if (machine_) machine_->initializedIs(true);
+   }
+   /// All of it: build, configuration ready, initialized.
+   void start();
+   /// Drops the machine, and the configuration is not ready any more. With `keepHardware` the table
+   /// stays as it is.
+   void stop(bool keepHardware = false);
+
+   // Groups.
+
+   /// The group, made when it does not exist. A new one is not part of the configuration yet: set
+   /// its attributes, then `groupIs`.
+   Mdl::Ptr<DecapGroup> groupFor(Mdl::String const& name);
+   /// The group, null when there is none.
+   Mdl::Ptr<DecapGroup> group(Mdl::String const& name) const;
+   /// Makes the group part of the configuration, instead of another of the same name.
+   void groupIs(Mdl::Ptr<DecapGroup> const& group);
+   void groupDel(Mdl::String const& name);
+   /// In the order of configuration.
+   Mdl::Collection<Mdl::String, Mdl::Ptr<DecapGroup>> const& groups() const noexcept {
+      return groups_;
+   }
+
+   // Time.
+
+   Mdl::Seconds now() const noexcept { return time_.now(); }
+   /// Ends a turn of the event loop: the clock catches up with what the work has cost.
+   void turn();
+   /// Moves time on, waking the machine whenever it wants to be woken on the way.
+   void advanceTo(Mdl::Seconds time);
+   /// Wakes the machine until it is quiet, or until `limit` simulated seconds have gone by.
+   ///
+   /// It is quiet when it wants no wake-up; or when a wake-up has changed nothing (no entry came or
+   /// went, no key left or joined the backlog, the alarm stands as it stood) while hardware would
+   /// answer the same at any later time.
+   Settled settle(Mdl::Seconds limit);
+
+   /// Whether the machine wants no wake-up.
+   bool isAsleep() const { return nextTurn() == Mdl::never; }
+
+   // What there is.
+
+   /// Null while there is none.
+   Mdl::Ptr<Fwd::FwdDecapGroupSm> const& machine() const noexcept { return machine_; }
+   Tunnel::Decap::Hardware::Status const& status() const noexcept { return *status_; }
+   Sim::SimHelper& hardware() const noexcept { return *hardware_; }
+   OperatorLog& log() noexcept { return log_; }
+   OperatorLog const& log() const noexcept { return log_; }
+   Refusals& refusals() noexcept { return refusals_; }
+   Refusals const& refusals() const noexcept { return refusals_; }
+   ReviewConfiguration& review() noexcept { return review_; }
+   /// Hands the review settings to the machine.
+   void reviewChanged();
+   void callCostIs(Mdl::Seconds cost) { hardware_->callCostIs(cost, &time_); }
+
+   void callObserverIs(CallObserver observer) { callObserver_ = std::move(observer); }
+   void faultHandlerIs(FaultHandler handler) { faultHandler_ = std::move(handler); }
+
+ private:
+   void configure(HardwareConfiguration const& hardware);
+   void configure(GroupConfiguration const& group);
+   void moveClock(Mdl::Seconds time);
+   Mdl::Seconds nextTurn() const;
+
+   Sim::SimTime time_;
+   OperatorLog log_;
+   Refusals refusals_;
+   ReviewConfiguration review_;
+   CallObserver callObserver_;
+   FaultHandler faultHandler_;
+   Mdl::Collection<Mdl::String, Mdl::Ptr<DecapGroup>> groups_;
+   Mdl::Ptr<Tunnel::Decap::Config> config_;
+   Mdl::Ptr<Tunnel::Decap::Hardware::Status> status_;
+   Mdl::Ptr<Ip::Status> ipStatus_;
+   Mdl::Ptr<Ip6::Status> ip6Status_;
+   Mdl::Ptr<Fwd::FwdCommonSmData> shared_;
+   Mdl::Ptr<Sim::SimHelper> hardware_;
+   Mdl::Ptr<Fwd::FwdDecapGroupSm> machine_;
+};
+
+}  // namespace Agent
