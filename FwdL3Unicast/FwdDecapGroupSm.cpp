@@ -1,6 +1,7 @@
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 
 #include "FwdL3Unicast/FirstException.h"
+#include "FwdL3Unicast/FwdDecapGroup.h"
 #include "FwdL3Unicast/MdlClock.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/MdlDgConfig.h"
