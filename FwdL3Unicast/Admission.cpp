@@ -6,7 +6,6 @@
 namespace Fwd {
 
 using Tunnel::Decap::AddressType;
-using Tunnel::Decap::DecapIntfKey;
 
 bool Admission::isFrontPanel(Pkt::IntfId const& intfId) noexcept {
    return !Pkt::MgmtIntfId::isMgmtIntfId(intfId) && !Pkt::InternalIntfId::isInternalIntfId(intfId);
@@ -14,6 +13,11 @@ bool Admission::isFrontPanel(Pkt::IntfId const& intfId) noexcept {
 
 bool Admission::takesPart(Pkt::IntfId const& intfId, L3::VrfName const& vrf) noexcept {
    return isFrontPanel(intfId) && vrf == L3::VrfName::defaultVrf();
+}
+
+bool Admission::excludes(Pkt::IntfId const& intfId, std::uint32_t family) const {
+   auto const* const set = group_.decapExcludeIntfSet().find({Pkt::emptyIntfId, family});
+   return set != nullptr && set->excludeIntf(intfId);
 }
 
 bool Admission::uses(Pkt::IntfId const& intfId, std::uint32_t family) const {
@@ -40,11 +44,8 @@ bool Admission::admits(Pkt::IntfId const& intfId, AddressRole role) const {
 Tunnel::Decap::DecapIntf const* Admission::decidingEntry(Pkt::IntfId const& intfId,
                                                          std::uint32_t family) const {
    if (auto const* const own = group_.decapIntf().find({intfId, family})) return own;
-   DecapIntfKey const allKey{Pkt::emptyIntfId, family};
-   auto const* const all = group_.decapIntf().find(allKey);
-   if (all == nullptr) return nullptr;
-   auto const* const excluded = group_.decapExcludeIntfSet().find(allKey);
-   return excluded != nullptr && excluded->excludeIntf(intfId) ? nullptr : all;
+   auto const* const all = group_.decapIntf().find({Pkt::emptyIntfId, family});
+   return all != nullptr && excludes(intfId, family) ? nullptr : all;
 }
 
 }  // namespace Fwd

@@ -29,6 +29,9 @@ class Admission {
    /// The same without the VRF: neither a management nor an internal interface.
    static bool isFrontPanel(Pkt::IntfId const& intfId) noexcept;
 
+   /// Whether the all-interfaces entry of a family leaves the interface out.
+   bool excludes(Pkt::IntfId const& intfId, std::uint32_t family) const;
+
    /// Whether the group uses the interface for a family, in whatever role.
    bool uses(Pkt::IntfId const& intfId, std::uint32_t family) const;
 

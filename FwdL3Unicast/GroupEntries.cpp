@@ -108,4 +108,16 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& key,
    errors.rethrow();
 }
 
+void FwdDecapGroupSm::MdlDecapGroup::leaveIntf(Pkt::IntfId const& intfId, std::uint32_t family) {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   FirstException errors;
+   for (auto const& entry : fromIntf_.walk()) {
+      for (auto const& origin : entry.value.origins) {
+         if (origin.intfId != intfId || origin.address.family() != family) continue;
+         errors.attempt([&] { leaveOrigin(entry.key, origin); });
+      }
+   }
+   errors.rethrow();
+}
+
 }  // namespace Fwd

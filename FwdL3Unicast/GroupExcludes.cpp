@@ -77,11 +77,12 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp(Pkt::IntfId const& intfId, bo
    auto const reactor = stateMachine->mdlIpIntfStatus(intfId);
    auto const status = reactor ? reactor->status() : nullptr;
    if (!status || !Admission::takesPart(intfId, status->vrf())) return;
+   // An interface that has an entry of its own is none of the exclude set's business.
+   if (group()->decapIntfHas({intfId, Pkt::familyIpv4})) return;
    // The current addresses are the recorded ones from here on, so that the next change withdraws
    // the right ones.
    errors.attempt([&] { reactor->catchUp(); });
    auto const apply = [&](Pkt::IpAddr addr, AddressRole role, std::uint32_t length) {
-      // An interface that has an entry of its own is none of the exclude set's business.
       if (!group() || Admission(*group()).admits(intfId, role) == excluded) return;
       errors.attempt([&] {
          handleIpIntfStatusChange(Pkt::IpGenPrefix(addr), excluded,
@@ -109,6 +110,7 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp6(Pkt::IntfId const& intfId, b
                                                     FirstException& errors) {
    auto const status = stateMachine_->ip6IntfStatus(intfId);
    if (!status || !Admission::takesPart(intfId, status->vrf())) return;
+   if (group()->decapIntfHas({intfId, Pkt::familyIpv6})) return;
    for (auto const& entry : status->addr().walk()) {
       Pkt::Ip6Addr const& addr = entry.key.addr();
       if (addr.isLinkLocal()) continue;
@@ -125,6 +127,7 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp6(Pkt::IntfId const& intfId, b
 /// walks go by the configuration, and the next change is a change against it.
 void FwdDecapGroupSm::MdlDecapGroup::followExcludeSets() {
    prevDecapExcludeIntfSetDelAll();
+   if (!following_) return;  // the replay records them
    if (auto const watched = group()) {
       for (auto const& entry : watched->decapExcludeIntfSet()) {
          prevDecapExcludeIntfSetIs(entry.key, entry.value);

@@ -119,7 +119,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfAll(DecapIntfKey const& dec
       auto const& status = *entry.value;
       if (!Admission::takesPart(entry.key, status.vrf())) continue;
       if (watched->decapIntfHas({entry.key, Pkt::familyIpv4})) continue;
-      if (watched->decapExcludeIntfSet(decapIntfKey).excludeIntf(entry.key)) continue;
+      if (Admission(*watched).excludes(entry.key, Pkt::familyIpv4)) continue;
       errors.attempt([&] {
          updateIntfIp(decapIntfKey, entry.value, !update, allAddresses, allAddresses);
       });
@@ -204,7 +204,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfV6(DecapIntfKey const& deca
    for (auto const& entry : ip6->intf().walk()) {
       if (isMarkedForDeletion()) break;
       if (watched->decapIntfHas({entry.key, Pkt::familyIpv6})) continue;
-      if (watched->decapExcludeIntfSet(decapIntfKey).excludeIntf(entry.key)) continue;
+      if (Admission(*watched).excludes(entry.key, Pkt::familyIpv6)) continue;
       errors.attempt([&] { updateIntfIp6(decapIntfKey, *entry.value); });
    }
    errors.rethrow();

@@ -35,7 +35,7 @@ void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, DecapKey const&
    if (stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    traceWithdrawal(key);
-   if (!keys.letGo(key)) return;
+   if (!keys.letGo(key) || !stateMachine->refCountHas(key)) return;
    stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
 }
 

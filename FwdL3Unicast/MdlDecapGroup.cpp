@@ -99,6 +99,8 @@ void FwdDecapGroupSm::MdlDecapGroup::replay(unsigned replay) {
    if (watched && !isMarkedForDeletion()) {
       FirstException errors;
       forEachIntfEntry(errors, true);
+      // Sets without an entry are not handled above; the next change is a change against them.
+      errors.attempt([&] { followExcludeSets(); });
       errors.rethrow();
       for (auto const& entry : watched->decapIp().walk()) {
          if (isMarkedForDeletion()) break;

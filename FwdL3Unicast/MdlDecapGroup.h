@@ -113,6 +113,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
                                AddressOrigin const& origin);
    /// Whether an interface gave the group the key of this host prefix.
    bool hasKeyOf(Pkt::IpGenPrefix const& prefix);
+   /// Gives back whatever is held for an interface, wherever it came from. Looks at every key.
+   void leaveIntf(Pkt::IntfId const& intfId, std::uint32_t family);
 
    Mdl::Ptr<IntfAddressType> intfAddressType(Pkt::IntfId const& intfId) const;
    Mdl::Ptr<IntfAddressType> intfAddressTypeIs(Pkt::IntfId const& intfId);

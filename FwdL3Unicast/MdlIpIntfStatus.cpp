@@ -198,7 +198,8 @@ void Reactor::doIntfCleanup() {
       FWD_TRACE(5, "Disabling FwdDecapGroupSm cleanup in case of restart");
       return;
    }
-   // 2. An interface that has left the default VRF unnoticed still has to give back what it gave.
+   // 2. The VRF closes the gate for the trace only: an interface that has left the default VRF
+   //    unnoticed still has to give back what it gave.
    if (!isReady() || !Admission::isFrontPanel(watched->intfId())) return;
    if (gate()) FWD_TRACE(2, "doIntfCleanup" << " intf " << watched->intfId());
    // 3.
@@ -211,6 +212,14 @@ void Reactor::doIntfCleanup() {
 /// address, secondary addresses in ascending order, virtual address.
 void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                            FirstException& errors) {
+   if (old.vrf() != L3::VrfName::defaultVrf()) {
+      // It may have left the default VRF unnoticed, and been told of nothing since: what is held
+      // need not be what can still be read.
+      forEachGroup(*stateMachine_, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
+         reactor.leaveIntf(intfId_, Pkt::familyIpv4);
+      });
+      return;
+   }
    bool const stays = next != nullptr && Admission::takesPart(next->intfId(), next->vrf());
    auto const record = stateMachine_->decapIntfIp(old.intfId());
    // With a status to follow, primary and virtual address are replaced by its evaluation.

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <vector>
@@ -63,6 +64,22 @@ TEST_F(CollectionFailure, AValueThatCannotBeMadeLeavesNoTrace) {
       EXPECT_TRUE(brittle.tryInsert(key, value).inserted);
    }
    brittle.checkInvariants();
+}
+
+TEST_F(CollectionFailure, AValueThatCannotBeMadeTakesItsKeyWithIt) {
+   struct SharedKey {
+      std::shared_ptr<int> number;
+      bool operator==(SharedKey const& other) const { return *number == *other.number; }
+      std::uint32_t hash(std::uint32_t seed) const noexcept {
+         return Mdl::KeyHash<int>{}(*number, seed);
+      }
+   };
+   Mdl::Collection<SharedKey, Brittle> brittle;
+   SharedKey const key{std::make_shared<int>(1)};
+   Brittle const value(5);
+   Brittle::copiesFail = true;
+   EXPECT_THROW(brittle.tryInsert(key, value), std::runtime_error);
+   EXPECT_EQ(key.number.use_count(), 1);
 }
 
 TEST_F(CollectionFailure, AWalkThatCannotCopyAnEntryEndsWithTheException) {
