@@ -25,7 +25,7 @@ using AttributeResult =
 /// `name()`, `nameIs(value)`.
 #define MDL_SCALAR(T, name, id)                                                 \
  public:                                                                        \
-   static constexpr ::Mdl::AttributeId name##AttributeId = id;                  \
+   [[maybe_unused]] static constexpr ::Mdl::AttributeId name##AttributeId = id; \
    ::Mdl::AttributeResult<T> name() const noexcept { return name##_; }          \
    void name##Is(T value) { scalarIs(name##_, std::move(value), id); }          \
                                                                                 \
@@ -37,7 +37,7 @@ using AttributeResult =
 /// `nameDelAll()`.
 #define MDL_COLLECTION_BASE(K, V, name, id)                                     \
  public:                                                                        \
-   static constexpr ::Mdl::AttributeId name##AttributeId = id;                  \
+   [[maybe_unused]] static constexpr ::Mdl::AttributeId name##AttributeId = id; \
    ::Mdl::Collection<K, V> const& name() const noexcept { return name##_; }     \
    V name(K const& key) const {                                                 \
       V const* const value = name##_.find(key);                                 \

@@ -32,7 +32,9 @@ Ptr<Clock const> Clock::NotifieeConst::clock() const noexcept {
 void Clock::NotifieeConst::onAttribute(AttributeId attribute, void const*) {
    if (attribute != timeAttributeId || isMarkedForDeletion()) return;
    auto const watched = clock();
-   if (!watched || watched->time() < timeMin_) return;
+   // Written so that a time which is no number wakes nobody.
+   bool const armed = timeMin_ != never;
+   if (!armed || !watched || !(watched->time() >= timeMin_)) return;
    timeMin_ = never;
    onTimeMin();
 }

@@ -5,6 +5,7 @@
 #include "mdl/NotifieeList.h"
 #include "mdl/Ptr.h"
 
+#include <exception>
 #include <utility>
 
 namespace Mdl {
@@ -60,7 +61,9 @@ class MDL_EXPORT Entity : public PtrInterface {
          collection.insertOrAssign(key, std::move(value));
          return;
       }
-      // The caller's key may live in something that a reactor removes.
+      // The old value may be what keeps this entity alive, and the caller's key may live in
+      // something that a reactor removes.
+      Ptr<Entity> const self(this);
       typename C::Key const pinned = key;
       if (collection.insertOrAssign(pinned, std::move(value)) != Change::none) {
          notify(attribute, &pinned);
@@ -73,11 +76,20 @@ class MDL_EXPORT Entity : public PtrInterface {
       if (auto const removed = collection.extract(key)) notify(attribute, &removed->key);
    }
 
-   /// Removes the entries present now one by one, telling of each after its removal.
+   /// Removes the entries present now one by one, telling of each after its removal. All go
+   /// although a reactor throws; the first exception reaches the caller then.
    template <class C>
    void entryDelAll(C& collection, AttributeId attribute) {
       Ptr<Entity> const self(this);
-      for (auto const& entry : collection.walk()) entryDel(collection, entry.key, attribute);
+      std::exception_ptr first;
+      for (auto const& entry : collection.walk()) {
+         try {
+            entryDel(collection, entry.key, attribute);
+         } catch (...) {
+            if (!first) first = std::current_exception();
+         }
+      }
+      if (first) std::rethrow_exception(first);
    }
 
  private:

@@ -12,7 +12,8 @@ constinit LogHandle* firstHandle = nullptr;
 constinit std::atomic<std::uint64_t> lostMessages = 0;
 
 Log::Sink& sink() {
-   static Log::Sink theSink;
+   // Never destroyed: what logs on its way out of the process still finds it.
+   static Log::Sink& theSink = *new Log::Sink;
    return theSink;
 }
 

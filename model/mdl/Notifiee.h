@@ -69,6 +69,7 @@ class MDL_EXPORT PtrInterface::NotifieeConst : public PtrInterface {
 template <class CleanUp>
 void PtrInterface::NotifieeConst::zombieTransition(bool zombie, CleanUp&& cleanUp) {
    if (isMarkedForDeletion() == zombie) return;
+   Ptr<NotifieeConst> const self(this);
    if (notifier_) hasNotificationActiveIs(!zombie);
    struct FlagAtEnd {
       NotifieeConst& reactor;

@@ -9,10 +9,10 @@ PtrInterface::PtrInterface() noexcept {
 }
 
 PtrInterface::~PtrInterface() {
-   // An object whose constructor threw still has its constructor's reference and never ran the
-   // zero-reference handler; one that ran it must have no reference left.
+   // An object whose constructor threw never ran the zero-reference handler and still has its
+   // constructor's reference; no other may be left, in either case.
    bool const handlerRan = flag(zeroReferencesFlag);
-   MDL_ASSERT(!handlerRan || references() == 0);
+   MDL_ASSERT(references() == (handlerRan ? 0u : 1u));
 }
 
 void PtrInterface::hasNotificationActiveIs(bool active) { flagIs(notificationActiveFlag, active); }

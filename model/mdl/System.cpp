@@ -1,25 +1,29 @@
 #include "mdl/System.h"
 
 #include <chrono>
+#include <memory>
 #include <utility>
 
 namespace Mdl {
 
 namespace {
 
-System::TimeSource& timeSource() {
-   static System::TimeSource source;
+std::shared_ptr<System::TimeSource const>& timeSource() {
+   static std::shared_ptr<System::TimeSource const> source;
    return source;
 }
 
 }  // namespace
 
 Seconds System::currentTime() {
-   if (auto const& source = timeSource()) return source();
+   // A source may replace itself; the copy outlives the call.
+   if (auto const source = timeSource()) return (*source)();
    auto const sinceStart = std::chrono::steady_clock::now().time_since_epoch();
    return std::chrono::duration<Seconds>(sinceStart).count();
 }
 
-void System::timeSourceIs(TimeSource source) { timeSource() = std::move(source); }
+void System::timeSourceIs(TimeSource source) {
+   timeSource() = source ? std::make_shared<TimeSource const>(std::move(source)) : nullptr;
+}
 
 }  // namespace Mdl

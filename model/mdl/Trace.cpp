@@ -14,7 +14,8 @@ constinit TraceHandle* firstHandle = nullptr;
 constinit std::atomic<std::uint64_t> lostRecords = 0;
 
 Trace::Sink& sink() {
-   static Trace::Sink theSink;
+   // Never destroyed: what traces on its way out of the process still finds it.
+   static Trace::Sink& theSink = *new Trace::Sink;
    return theSink;
 }
 
@@ -56,7 +57,11 @@ void Trace::emit(TraceRecord const& record) {
                 record.function.data(), static_cast<int>(record.text.size()), record.text.data());
 }
 
-TraceBuilder::TraceBuilder() { text_ << std::boolalpha; }
+TraceBuilder::TraceBuilder() {
+   text_ << std::boolalpha;
+   // A piece that does not fit into memory must lose the record, not shorten it.
+   text_.exceptions(std::ios::badbit);
+}
 
 TraceBuilder::~TraceBuilder() = default;
 

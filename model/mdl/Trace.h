@@ -35,7 +35,10 @@ class MDL_EXPORT TraceHandle {
    char const* facility() const noexcept { return facility_; }
    unsigned flag() const noexcept { return flag_; }
 
-   bool enabled(unsigned level) const noexcept { return (mask_ & (1u << level)) != 0; }
+   /// Levels go from 0 to 31; there is none beyond.
+   bool enabled(unsigned level) const noexcept {
+      return level < 32 && (mask_ & (1u << level)) != 0;
+   }
    std::uint32_t mask() const noexcept { return mask_; }
    void maskIs(std::uint32_t mask) noexcept { mask_ = mask; }
 
