@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FwdL3Unicast/AddressOrigin.h"
+#include "FwdL3Unicast/Export.h"
 #include "l3/VrfName.h"
 #include "pkt/Ip6Addr.h"
 #include "pkt/IntfId.h"
@@ -20,7 +21,7 @@ namespace Fwd {
 /// admitted.
 ///
 /// Owner: the stack. Looks at the group's configuration each time it is asked.
-class Admission {
+class FWD_EXPORT Admission {
  public:
    explicit Admission(Tunnel::Decap::DecapGroup const& group) noexcept : group_(group) {}
 

@@ -27,8 +27,8 @@ bool FwdDecapGroupSm::reviewScheduled() const noexcept {
    return clock_ && clock_->timeMin() != Mdl::never;
 }
 
-void FwdDecapGroupSm::traceOwner(DecapKey const& key) const {
-   FWD_TRACE(2, " mapping exists for "
+void FwdDecapGroupSm::traceOwner(char const* function, DecapKey const& key) const {
+   FWD_TRACE_AS(function, 2, " mapping exists for "
                    << TunnelTypeDecapIp(key.tunnelType(), key.dstIp()) << " to vrf "
                    << tunnelTypeDecapIpToVrf({key.tunnelType(), key.dstIp()})
                    << " so cannot program with new vrf " << key.forwardingVrf());
@@ -84,13 +84,13 @@ dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
       DecapKey const& key = waiting.key;
       // 1. The check precedes each key, so that one pass overruns by one hook call at the most.
       if (Mdl::System::currentTime() > deadline) {
-         FWD_TRACE(7, " unprorammed remaining " << unprogrammedKey_.size());
+         FWD_TRACE_AS("doReview", 7, " unprorammed remaining " << unprogrammedKey_.size());
          break;
       }
       // 2. A key whose destination another VRF owns is passed over.
       auto const* const owner = tunnelTypeDecapIpToVrf_.find({key.tunnelType(), key.dstIp()});
       if (owner != nullptr && *owner != key.forwardingVrf()) {
-         traceOwner(key);
+         traceOwner("doReview", key);
          continue;
       }
       if (HardwareCall::isUnderWay(*this, key)) continue;
@@ -99,7 +99,7 @@ dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
       if (last == dgRcSuccess || last == dgRcAlreadyExists) continue;
       // 5. The first refusal ends the pass; the key stays where it is and comes first next time.
       if (last == dgRcHwFull && status_ && !status_->hwResourceFull()) raiseHwResourceFull();
-      FWD_TRACE(7, " program unprogrammed " << key << " failed");
+      FWD_TRACE_AS("doReview", 7, " program unprogrammed " << key << " failed");
       break;
    }
    return last;

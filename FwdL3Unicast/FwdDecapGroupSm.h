@@ -217,7 +217,7 @@ class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
    void referenceReleased(DecapKey const& key, std::uint32_t references);
    bool handOver(DecapKey const& key);
    void takeBack(DecapKey const& key);
-   void traceOwner(DecapKey const& key) const;
+   void traceOwner(char const* function, DecapKey const& key) const;
    dgRetCode reviewKeys(Mdl::Seconds deadline);
    bool reviewScheduled() const noexcept;
    void raiseHwResourceFull();

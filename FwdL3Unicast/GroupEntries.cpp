@@ -65,7 +65,7 @@ void FwdDecapGroupSm::MdlDecapGroup::deleteDecapEntry(DecapKey const& key) {
    // 1.
    traceWithdrawal(key);
    // 2.
-   if (!stateMachine->refCountHas(key)) return;
+   if (stateMachine->refCount(key) == 0) return;
    // 3. to 9.
    stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
 }
@@ -88,8 +88,9 @@ void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& key, AddressOrig
    errors.rethrow();
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& key,
+void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
                                                  AddressOrigin const& origin) {
+   DecapKey const key = keyOfOrigin(keyOfNow, origin);
    IntfKeyUse* const use = fromIntf_.find(key);
    if (use == nullptr || !use->hasOrigin(origin)) {
       traceWithdrawal(key);
@@ -100,12 +101,25 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& key,
       traceWithdrawal(key);
       return;
    }
+   use->leaving = true;
    FirstException errors;
    errors.attempt([&] { letGo(fromIntf_, key); });
    // A hook may have brought the address back.
    IntfKeyUse const* const now = fromIntf_.find(key);
    if (now != nullptr && !now->isWanted()) fromIntf_.unlist(key);
    errors.rethrow();
+}
+
+/// The key under which an origin is held: the one of the group's values of now, or, while the group
+/// is re-keyed, perhaps still an old one.
+DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfOrigin(DecapKey const& key,
+                                                     AddressOrigin const& origin) const {
+   IntfKeyUse const* const use = fromIntf_.find(key);
+   if (rekeyDepth_ == 0 || (use != nullptr && use->hasOrigin(origin))) return key;
+   for (auto const& entry : fromIntf_.walk()) {
+      if (entry.key.dstIp() == key.dstIp() && entry.value.hasOrigin(origin)) return entry.key;
+   }
+   return key;
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::leaveIntf(Pkt::IntfId const& intfId, std::uint32_t family) {

@@ -229,7 +229,16 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp6(DecapIntfKey const& decapIntf
 }
 
 bool FwdDecapGroupSm::MdlDecapGroup::hasKeyOf(Pkt::IpGenPrefix const& prefix) {
-   return group() && fromIntf_.isListed(keyOf(prefix));
+   if (!group()) return false;
+   DecapKey const key = keyOf(prefix);
+   IntfKeyUse const* const use = fromIntf_.find(key);
+   if (use != nullptr && use->isMember()) return true;
+   // While the group is re-keyed, the address may still have its old key.
+   if (rekeyDepth_ == 0) return false;
+   for (auto const& entry : fromIntf_.walk()) {
+      if (entry.key.dstIp() == key.dstIp() && entry.value.isMember()) return true;
+   }
+   return false;
 }
 
 /// Handles every decap interface entry, those that name an interface first: they decide for their

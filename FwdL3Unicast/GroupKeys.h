@@ -19,8 +19,11 @@ struct PrefixKeyUse {
    bool wanted = false;
    /// One reference of the machine's count is this entry's.
    bool held = false;
+   /// The key is being given back just now, and still listed.
+   bool leaving = false;
 
    bool isWanted() const noexcept { return wanted; }
+   bool isMember() const noexcept { return wanted || (listed && !leaving); }
    void absorb(PrefixKeyUse const& other) noexcept {
       value = value || other.value;
       wanted = wanted || other.wanted;
@@ -34,9 +37,11 @@ struct IntfKeyUse {
    bool value = false;
    bool listed = false;
    bool held = false;
+   bool leaving = false;
    std::vector<AddressOrigin> origins;
 
    bool isWanted() const noexcept { return !origins.empty(); }
+   bool isMember() const noexcept { return isWanted() || (listed && !leaving); }
    bool hasOrigin(AddressOrigin const& origin) const noexcept {
       return std::ranges::find(origins, origin) != origins.end();
    }
@@ -89,6 +94,7 @@ class GroupKeys {
    void list(DecapKey const& key, bool value) {
       Use& use = entry(key);
       use.listed = true;
+      use.leaving = false;
       use.value = value;
    }
 
@@ -107,6 +113,22 @@ class GroupKeys {
          rest.held = use->held;
          *use = std::move(rest);
          dropIfUnused(key, *use);
+      }
+   }
+
+   /// Nothing calls for any key any more; what is held is still to be given back, and stays listed
+   /// until then.
+   void leaveAll() {
+      for (auto const& entry : keys_.walk()) {
+         Use* const use = find(entry.key);
+         if (use == nullptr) continue;
+         Use rest;
+         rest.value = use->value;
+         rest.listed = use->listed;
+         rest.held = use->held;
+         rest.leaving = true;
+         *use = std::move(rest);
+         dropIfUnused(entry.key, *use);
       }
    }
 

@@ -16,7 +16,7 @@ namespace Fwd {
 /// releases the key inside the call finds it held.
 template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::hold(GroupKeys<Use>& keys, DecapKey const& key) {
-   if (isMarkedForDeletion() || stateMachine_ == nullptr) return;
+   if (isMarkedForDeletion() || leaving_ || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    FWD_TRACE_AS("createDecapEntry", 2, "createDecapEntry" << " decapKey=" << key);
    if (keys.isHeld(key) || isStopped(key)) return;
@@ -35,7 +35,7 @@ void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, DecapKey const&
    if (stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    traceWithdrawal(key);
-   if (!keys.letGo(key) || !stateMachine->refCountHas(key)) return;
+   if (!keys.letGo(key) || stateMachine->refCount(key) == 0) return;
    stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
 }
 
@@ -44,6 +44,8 @@ void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, DecapKey const&
 template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors,
                                               bool forget) {
+   // A hook that re-keys the group meanwhile must not carry over what is on its way out.
+   if (forget) keys.leaveAll();
    for (auto const& entry : keys.walk()) {
       errors.attempt([&] { letGo(keys, entry.key); });
       if (forget) keys.forget(entry.key);

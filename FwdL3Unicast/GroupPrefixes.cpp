@@ -25,11 +25,14 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    if (!isConfigured(prefix)) {
       // 5.
       FWD_TRACE(2, " delete ");
-      if (PrefixKeyUse* const use = fromIp_.find(key)) use->wanted = false;
-      errors.attempt([&] { letGo(fromIp_, key); });
-      // A hook may have brought the prefix back.
-      PrefixKeyUse const* const now = fromIp_.find(key);
-      if (now != nullptr && !now->wanted) fromIp_.unlist(key);
+      withdrawPrefixKey(key, errors);
+      // While the group is re-keyed, the prefix may still have its old key.
+      if (rekeyDepth_ != 0) {
+         for (auto const& entry : fromIp_.walk()) {
+            bool const stale = entry.key.dstIp() == key.dstIp() && entry.key != key;
+            if (stale && entry.value.wanted) withdrawPrefixKey(entry.key, errors);
+         }
+      }
    } else {
       // 6.
       FWD_TRACE(2, " add ");
@@ -42,9 +45,22 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    errors.rethrow();
 }
 
+void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(DecapKey const& key,
+                                                       FirstException& errors) {
+   if (PrefixKeyUse* const use = fromIp_.find(key)) {
+      use->wanted = false;
+      use->leaving = true;
+   }
+   errors.attempt([&] { letGo(fromIp_, key); });
+   // A hook may have brought the prefix back.
+   PrefixKeyUse const* const now = fromIp_.find(key);
+   if (now != nullptr && !now->wanted) fromIp_.unlist(key);
+}
+
 /// Whether the configuration has the prefix under the group's name.
 bool FwdDecapGroupSm::MdlDecapGroup::isConfigured(Pkt::IpGenPrefix const& prefix) const {
-   auto const configured = stateMachine_->dgConfig()->decapGroup(name_);
+   auto const config = stateMachine_->dgConfig();
+   auto const configured = config ? config->decapGroup(name_) : nullptr;
    return configured && configured->decapIpHas(prefix);
 }
 

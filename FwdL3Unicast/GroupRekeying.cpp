@@ -18,15 +18,21 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    // 2., 3. The keys go as a whole, and with them the record of what they were derived from:
    //        otherwise the entries would pass for applied when the type comes back.
    FirstException errors;
+   unsigned const mine = ++rebuilds_;
+   // A hook that changes the type, or the group, has had everything rebuilt: there is nothing left
+   // for this call to withdraw or to build.
+   auto const overtaken = [&] { return mine != rebuilds_ || isMarkedForDeletion(); };
    letGoAll(fromIntf_, errors, true);
-   letGoAll(fromIp_, errors, true);
-   intfAddressTypeDelAll();
-   errors.attempt([&] { followExcludeSets(); });
+   if (!overtaken()) letGoAll(fromIp_, errors, true);
+   if (!overtaken()) {
+      intfAddressTypeDelAll();
+      errors.attempt([&] { followExcludeSets(); });
+   }
    // 4. Rebuilt from configuration, which for a group that has not been replayed is the replay's.
-   if (following_ && !isMarkedForDeletion()) {
+   if (following_ && !overtaken()) {
       forEachIntfEntry(errors, false);
       for (auto const& entry : watched->decapIp().walk()) {
-         if (isMarkedForDeletion() || tunnelType() == TunnelType::unknown) break;
+         if (overtaken()) break;
          errors.attempt([&] { handleUpdateIp(entry.key); });
       }
    }
@@ -76,6 +82,11 @@ template <class Rekeyed>
 void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   struct Depth {
+      unsigned& depth;
+      explicit Depth(unsigned& d) noexcept : depth(d) { ++depth; }
+      ~Depth() { --depth; }
+   } const depth(rekeyDepth_);
    FirstException errors;
    unsigned mine = ++rekeyings_;
    rekeySet(fromIntf_, rekeyed, false, errors);
@@ -95,13 +106,16 @@ void FwdDecapGroupSm::MdlDecapGroup::rekeySet(GroupKeys<Use>& keys, Rekeyed cons
                                               bool onlyStale, FirstException& errors) {
    for (auto const& entry : keys.walk()) {
       if (isMarkedForDeletion() || !group()) return;
-      if (!entry.value.listed && !entry.value.isWanted()) continue;
+      if (!entry.value.isMember()) continue;
       if (onlyStale && rekeyed(entry.key) == entry.key) continue;
-      errors.attempt([&] { letGo(keys, entry.key); });
+      // A hook that runs a re-keying of its own may take the old key again meanwhile.
+      do {
+         errors.attempt([&] { letGo(keys, entry.key); });
+      } while (keys.isHeld(entry.key) && group() && !isMarkedForDeletion());
       // The hook may have put the group to rest, or done away with the key.
       Use const* const now = keys.find(entry.key);
       if (now == nullptr || !group() || isMarkedForDeletion()) continue;
-      if (!now->listed && !now->isWanted()) continue;
+      if (!now->isMember()) continue;
       errors.attempt([&] { rekeyOne(keys, entry.key, rekeyed(entry.key)); });
    }
 }

@@ -46,11 +46,11 @@ bool HardwareCall::isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey cons
 bool HardwareCall::program() {
    // One VRF at a time owns a destination: the key waits until the owner leaves.
    if (ownerIsAnother()) {
-      stateMachine_.traceOwner(key_);
+      stateMachine_.traceOwner("createDecapEntry", key_);
       stateMachine_.addKeyToUnprogrammed(key_);
       return false;
    }
-   FWD_TRACE(2, " add key to hw " << key_);
+   FWD_TRACE_AS("createDecapEntry", 2, " add key to hw " << key_);
    FirstException errors;
    errors.attempt([&] { settle(ask()); });
    errors.attempt([&] { stateMachine_.doMaybeScheduleReview(); });
@@ -60,7 +60,7 @@ bool HardwareCall::program() {
 
 dgRetCode HardwareCall::retry() {
    dgRetCode const answer = ask();
-   FWD_TRACE(7, " unprogrammed rc " << answer);
+   FWD_TRACE_AS("doReview", 7, " unprogrammed rc " << answer);
    if (!isCounted()) {
       withdrawUnwanted(answer);
    } else if (outcomeOf(answer) == Outcome::inHardware) {
@@ -161,7 +161,7 @@ void HardwareCall::recordSuccess() {
 }
 
 void HardwareCall::recordRefusal(dgRetCode answer) {
-   FWD_TRACE(2, " add key to unprogrammed " << key_);
+   FWD_TRACE_AS("createDecapEntry", 2, " add key to unprogrammed " << key_);
    FirstException errors;
    errors.attempt([&] { stateMachine_.addKeyToUnprogrammed(key_); });
    if (answer == dgRcHwFull) {

@@ -72,7 +72,7 @@ bool FwdDecapGroupSm::handOver(DecapKey const& key) {
 
 /// The key has lost its last reference.
 void FwdDecapGroupSm::takeBack(DecapKey const& key) {
-   FWD_TRACE(2, " delete key from hw " << key);
+   FWD_TRACE_AS("deleteDecapEntry", 2, " delete key from hw " << key);
    if (unprogrammedKeyHas(key)) {
       // Hardware never held it: the hook is not called, and no other VRF can be let in.
       FirstException errors;

@@ -147,6 +147,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    DecapKey keyOf(Pkt::IpGenPrefix const& prefix);
    bool isStopped(DecapKey const& key) const;
    bool isConfigured(Pkt::IpGenPrefix const& prefix) const;
+   void withdrawPrefixKey(DecapKey const& key, FirstException& errors);
+   DecapKey keyOfOrigin(DecapKey const& key, AddressOrigin const& origin) const;
    void traceWithdrawal(DecapKey const& key) const;
 
    template <class Use>
@@ -181,6 +183,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool leaving_ = false;
    unsigned replayed_ = 0;
    unsigned rekeyings_ = 0;
+   unsigned rekeyDepth_ = 0;
+   unsigned rebuilds_ = 0;
    GroupKeys<IntfKeyUse> fromIntf_;
    GroupKeys<PrefixKeyUse> fromIp_;
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<IntfAddressType>> intfAddressType_;

@@ -36,12 +36,12 @@ void FwdDecapGroupSm::MdlDgConfig::notifierIs(Mdl::Ptr<Mdl::Entity const> const&
 }
 
 void FwdDecapGroupSm::MdlDgConfig::onAttribute(Mdl::AttributeId attribute, void const* key) {
-   if (stateMachine_ == nullptr) return;
+   if (isMarkedForDeletion() || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    if (attribute == Config::decapGroupAttributeId) {
       handleDecapGroup(*static_cast<Mdl::String const*>(key));
    } else if (attribute == Config::readyAttributeId) {
-      if (!isMarkedForDeletion()) stateMachine->handleDecapGroupConfigReady();
+      stateMachine->handleDecapGroupConfigReady();
    }
 }
 

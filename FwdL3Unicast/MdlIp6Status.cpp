@@ -32,7 +32,7 @@ void FwdDecapGroupSm::MdlIp6Status::notifierIs(Mdl::Ptr<Mdl::Entity const> const
 void FwdDecapGroupSm::MdlIp6Status::onAttribute(Mdl::AttributeId attribute, void const* key) {
    if (attribute != Ip6::Status::intfAttributeId) return;
    auto const watched = status();
-   if (!watched || stateMachine_ == nullptr) return;
+   if (isMarkedForDeletion() || !watched || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    auto const& intfId = *static_cast<Pkt::IntfId const*>(key);
    if (auto const intfStatus = watched->intf(intfId)) {

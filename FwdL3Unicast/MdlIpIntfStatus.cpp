@@ -153,7 +153,9 @@ void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstExcepti
       // What it is by now: a hook may have changed it since the walk began.
       Pkt::IpAddr const addr =
          role == AddressRole::primary ? watched->addrWithMask().addr() : watched->virtualIp();
-      if (!addr.isZero() && Admission(group).admits(intfId, role) && status() == watched) {
+      auto const groupNow = reactor.group();
+      bool const current = !isMarkedForDeletion() && status() == watched && groupNow;
+      if (!addr.isZero() && current && Admission(*groupNow).admits(intfId, role)) {
          Pkt::IpGenPrefix const prefix(addr);
          both.attempt(
             [&] { reactor.handleIpIntfStatusChange(prefix, false, {intfId, role, prefix}); });

@@ -6,7 +6,6 @@
 
 #include <limits>
 #include <string>
-#include <vector>
 
 namespace Agent {
 
@@ -14,9 +13,10 @@ namespace {
 
 constexpr char const* scenarioSuffix = ".scn";
 
-/// What follows `run`: files in any order, told apart by their names.
+/// What follows `run`. The two files may come in any order; their names tell them apart.
 struct RunArguments {
-   std::vector<std::string> files;
+   std::string first;
+   std::string second;
    std::string scenario;
    int traceLevel = -1;
    bool json = false;
@@ -26,9 +26,11 @@ struct RunArguments {
 };
 
 void declareRun(CLI::App& run, RunArguments& arguments) {
-   run.add_option("FILE", arguments.files,
-                  "A configuration (JSON; - for standard input), a scenario (*.scn), or both")
-       ->expected(0, 2);
+   run.add_option("FILE", arguments.first,
+                  "A configuration (JSON; - for standard input) or a scenario (*.scn)")
+       ->type_name("");
+   run.add_option("SCENARIO", arguments.second, "A scenario to run on top of the configuration")
+       ->type_name("");
    run.add_option("--scenario", arguments.scenario, "A scenario, whatever its name")
        ->type_name("FILE");
    run.add_option("--trace", arguments.traceLevel, "Show traces of the levels 0 to LEVEL")
@@ -47,7 +49,8 @@ void declareRun(CLI::App& run, RunArguments& arguments) {
 RunOptions optionsFrom(RunArguments const& arguments) {
    RunOptions options;
    options.scenario = arguments.scenario;
-   for (std::string const& file : arguments.files) {
+   for (std::string const& file : {arguments.first, arguments.second}) {
+      if (file.empty()) continue;
       bool const isScenario = CLI::detail::to_lower(file).ends_with(scenarioSuffix);
       std::string& slot = isScenario ? options.scenario : options.configuration;
       if (!slot.empty()) {

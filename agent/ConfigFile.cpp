@@ -48,15 +48,13 @@ class GroupsSchema {
    TextNode tunnelType_{"a tunnel type", [this](std::string_view text) {
                            group().tunnelType = tunnelTypeFromText(text);
                         }};
-   NumberNode destPort_{65535, [this](std::uint64_t port) {
-                           group().destPort = static_cast<std::uint16_t>(port);
-                        }};
+   NumberNode destPort_{
+       65535, [this](std::uint64_t port) { group().destPort = static_cast<std::uint16_t>(port); }};
    TextNode payloadType_{"a payload type", [this](std::string_view text) {
                             group().payloadType = payloadTypeFromText(text);
                          }};
-   TextNode vrf_{"the name of a VRF", [this](std::string_view text) {
-                    group().vrf = L3::VrfName(nameFromText(text));
-                 }};
+   TextNode vrf_{"the name of a VRF",
+                 [this](std::string_view text) { group().vrf = L3::VrfName(nameFromText(text)); }};
    TextNode decapIp_{"a prefix as text", [this](std::string_view text) {
                         group().decapIps.push_back(destinationFromText(text));
                      }};

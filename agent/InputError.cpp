@@ -27,10 +27,8 @@ TextPosition positionAt(std::string_view text, std::size_t offset) noexcept {
 
 InputError::InputError(std::string const& file, TextPosition position, std::string place,
                        std::string reason)
-    : Exception(compose(file, position, place, reason)),
-      position_(position),
-      place_(std::move(place)),
-      reason_(std::move(reason)) {}
+    : Exception(compose(file, position, place, reason)), position_(position),
+      place_(std::move(place)), reason_(std::move(reason)) {}
 
 InputError::~InputError() = default;
 ValueError::~ValueError() = default;

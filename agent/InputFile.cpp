@@ -20,8 +20,7 @@ struct Close {
 }  // namespace
 
 std::string readInputFile(std::string const& file, std::size_t greatest) {
-   std::unique_ptr<std::FILE, Close> const in(file == "-" ? stdin
-                                                          : std::fopen(file.c_str(), "rb"));
+   std::unique_ptr<std::FILE, Close> const in(file == "-" ? stdin : std::fopen(file.c_str(), "rb"));
    if (!in) throw InputError(file, std::string("cannot be opened: ") + std::strerror(errno));
    std::string content;
    std::size_t constexpr block = 1 << 16;

@@ -49,11 +49,10 @@ class TextBuffer final : public std::streambuf {
 
 /// Whether a field's name can stand in a path without quotes.
 bool isPlainName(std::string_view name) {
-   return !name.empty() && name.size() <= 64 &&
-          std::all_of(name.begin(), name.end(), [](char c) {
-             return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                    c == '_' || c == '-';
-          });
+   return !name.empty() && name.size() <= 64 && std::all_of(name.begin(), name.end(), [](char c) {
+      return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+             c == '_' || c == '-';
+   });
 }
 
 /// Follows the document and the schema side by side.
@@ -107,8 +106,8 @@ class Reader final : public nlohmann::json_sax<nlohmann::json> {
 
    bool parse_error(std::size_t, std::string const& lastToken,
                     nlohmann::detail::exception const& error) override {
-      throw InputError(file_, positionAt(text_, tokenStart(lastToken)), {},
-                       syntaxReason(error.what()));
+      std::string const reason = syntaxReason(error.what());
+      throw InputError(file_, positionAt(text_, errorOffset(reason, lastToken)), {}, reason);
    }
 
  private:
@@ -189,25 +188,33 @@ class Reader final : public nlohmann::json_sax<nlohmann::json> {
       return path.empty() ? "document" : path;
    }
 
-   /// Where the token begins that could not be taken. It ends where reading has come to, or one
-   /// byte before.
-   std::size_t tokenStart(std::string const& token) const {
+   /// Where the text goes wrong: at its end when something is missing there, at the start of a
+   /// string or number that has no place here, otherwise at the last byte read.
+   std::size_t errorOffset(std::string_view reason, std::string const& token) const {
+      auto const says = [reason](std::string_view words) {
+         return reason.find(words) != std::string_view::npos;
+      };
       std::size_t const end = buffer_.offset();
-      for (std::size_t const lookahead : {std::size_t{0}, std::size_t{1}}) {
-         if (token.empty() || end < token.size() + lookahead) continue;
-         std::size_t const start = end - lookahead - token.size();
-         if (text_.substr(start, token.size()) == token) return start;
+      if (says("unexpected end of input") || says("missing closing")) return end;
+      if (says("unexpected string literal") || says("unexpected number literal")) {
+         // The token ends where reading has come to, or one byte before.
+         for (std::size_t const lookahead : {std::size_t{0}, std::size_t{1}}) {
+            if (token.empty() || end < token.size() + lookahead) continue;
+            std::size_t const start = end - lookahead - token.size();
+            if (text_.substr(start, token.size()) == token) return start;
+         }
       }
-      return end == text_.size() ? end : std::max<std::size_t>(end, 1) - 1;
+      return std::max<std::size_t>(end, 1) - 1;
    }
 
    /// The parser's message without its own prefix and without the text that it had read, which may
    /// be long.
    static std::string syntaxReason(std::string_view message) {
+      if (message.starts_with('[')) message.remove_prefix(message.find("] ") + 2);
       if (auto const at = message.find("syntax error"); at != std::string_view::npos) {
          message.remove_prefix(at);
       }
-      std::string reason(message);
+      std::string reason(message.substr(0, 300));
       if (auto const from = reason.find("; last read: '"); from != std::string::npos) {
          auto const to = reason.rfind("'; expected ");
          reason.erase(from, to == std::string::npos || to < from ? to : to + 1 - from);

@@ -69,10 +69,13 @@ Json groupJson(GroupRow const& row) {
 }
 
 Json logJson(LogEntry const& entry) {
-   return {{"name", entry.message->name()},       {"severity", entry.message->severity()},
-           {"text", entry.message->format()},     {"explanation", entry.message->explanation()},
+   return {{"name", entry.message->name()},
+           {"severity", entry.message->severity()},
+           {"text", entry.message->format()},
+           {"explanation", entry.message->explanation()},
            {"action", entry.message->recommendedAction()},
-           {"first", entry.first},                {"last", entry.last},
+           {"first", entry.first},
+           {"last", entry.last},
            {"times", entry.times}};
 }
 
@@ -124,8 +127,8 @@ class Writer {
 
 Json hardwareJson(Report const& report) {
    Json json = {{"size", report.hardware.total}};
-   json["capacity"] = report.capacity == Sim::HardwareTable::unlimited ? Json(nullptr)
-                                                                        : Json(report.capacity);
+   json["capacity"] =
+       report.capacity == Sim::HardwareTable::unlimited ? Json(nullptr) : Json(report.capacity);
    json["highWater"] = report.highWater;
    Json shares = Json::array();
    for (TypeShare const& share : report.shares) {

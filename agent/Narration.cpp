@@ -1,7 +1,7 @@
 #include "agent/Narration.h"
 
-#include "agent/World.h"
 #include "agent/Wording.h"
+#include "agent/World.h"
 
 #include <string_view>
 #include <utility>
@@ -9,9 +9,7 @@
 namespace Agent {
 
 Narration::Narration(World& world, std::ostream* out, std::string indent)
-    : world_(world),
-      out_(out),
-      indent_(std::move(indent)),
+    : world_(world), out_(out), indent_(std::move(indent)),
       trace_(Mdl::TraceHandle::find("FwdDecapGroup")) {
    world_.callObserverIs([this](Sim::Call const& call) {
       calls_.push_back(call);
@@ -23,8 +21,7 @@ Narration::Narration(World& world, std::ostream* out, std::string indent)
    });
    world_.faultHandlerIs([this](std::exception const& exception) { fault(exception); });
    Mdl::Trace::sinkIs([this](Mdl::TraceRecord const& record) {
-      line(world_.now(),
-           "trace " + std::to_string(record.level) + "  " + std::string(record.text));
+      line(world_.now(), "trace " + std::to_string(record.level) + "  " + std::string(record.text));
    });
 }
 

@@ -10,9 +10,7 @@
 namespace Agent {
 
 Progress::Progress(std::ostream* out, std::string what, std::uint64_t total)
-    : out_(out),
-      what_(std::move(what)),
-      total_(total),
+    : out_(out), what_(std::move(what)), total_(total),
       next_(out == nullptr ? std::numeric_limits<std::uint64_t>::max() : firstShown) {}
 
 Progress::~Progress() {

@@ -11,7 +11,7 @@ bool isRefusal(Sim::Call const& call) noexcept {
 
 }  // namespace
 
-void Refusals::note(Sim::Call const& call) {
+void Refusals::note(Sim::Call const& call, bool waited) {
    switch (call.operation) {
       case Sim::Operation::verify:
       case Sim::Operation::configReady: return;
@@ -23,6 +23,7 @@ void Refusals::note(Sim::Call const& call) {
       return;
    }
    Refusal& refusal = *refused_.tryInsert(call.key).value;
+   if (!waited) refusal.times = 0;
    refusal.threw = call.outcome == Sim::Outcome::threw;
    refusal.answer = call.answer;
    refusal.last = call.time;

@@ -15,7 +15,7 @@ struct Refusal {
    bool threw = false;
    Fwd::dgRetCode answer = Fwd::dgRcSuccess;
    Mdl::Seconds last = 0.0;
-   /// Refusals since the key was first asked for.
+   /// Refusals since the key was first asked for, or asked for again after it was given up.
    std::uint32_t times = 0;
 
    friend bool operator==(Refusal const&, Refusal const&) = default;
@@ -29,7 +29,9 @@ struct Refusal {
 ///   removed since.
 class Refusals {
  public:
-   void note(Sim::Call const& call);
+   /// `waited` says whether the key was waiting when the call was made. A call for one that was not
+   /// starts its count anew: the key may have been given up while it waited, which no call tells.
+   void note(Sim::Call const& call, bool waited);
    /// The key's last refusal, null when hardware has not refused it.
    Refusal const* find(Fwd::DecapKey const& key) const { return refused_.find(key); }
    std::size_t size() const noexcept { return refused_.size(); }

@@ -79,17 +79,15 @@ ScenarioEvent parseAnswer(Tokens& tokens) {
    if (tokens.take("next")) {
       Sim::Answer const given = answer();
       std::uint64_t const count = times(1);
-      return change([given, count](Stage& stage) {
-         stage.world().hardware().script().next(given, count);
-      });
+      return change(
+          [given, count](Stage& stage) { stage.world().hardware().script().next(given, count); });
    }
    if (tokens.take("call")) {
       std::uint64_t const call =
           tokens.number("the number of a call", std::numeric_limits<std::uint32_t>::max());
       Sim::Answer const given = answer();
-      return change([call, given](Stage& stage) {
-         stage.world().hardware().script().atCall(call, given);
-      });
+      return change(
+          [call, given](Stage& stage) { stage.world().hardware().script().atCall(call, given); });
    }
    Pkt::IpGenPrefix const prefix =
        tokens.read("a prefix, \"next\" or \"call\"", destinationFromText);
@@ -154,9 +152,8 @@ ScenarioEvent parseHardware(Tokens& tokens) {
    if (tokens.take("no")) {
       tokens.need("answer");
       Pkt::IpGenPrefix const prefix = tokens.read("a prefix", destinationFromText);
-      return change([prefix](Stage& stage) {
-         stage.world().hardware().script().forPrefixDel(prefix);
-      });
+      return change(
+          [prefix](Stage& stage) { stage.world().hardware().script().forPrefixDel(prefix); });
    }
    tokens.unexpected("one of capacity, latency, call-cost, not-ready, ready, answer, no, udp-wait");
 }
@@ -164,7 +161,8 @@ ScenarioEvent parseHardware(Tokens& tokens) {
 ScenarioEvent parseMachine(Tokens& tokens) {
    if (tokens.take("start")) return change([](Stage& stage) { stage.world().start(); });
    if (tokens.take("build")) return change([](Stage& stage) { stage.world().build(); });
-   if (tokens.take("config-ready")) return change([](Stage& stage) { stage.world().configReady(); });
+   if (tokens.take("config-ready"))
+      return change([](Stage& stage) { stage.world().configReady(); });
    if (tokens.take("initialized")) {
       return change([](Stage& stage) { stage.world().initialized(); });
    }
@@ -190,11 +188,11 @@ ScenarioEvent parseEvent(Tokens& tokens) {
       char const* word;
       ScenarioEvent (*parse)(Tokens&);
    };
-   constexpr std::array verbs = {
-       Verb{"group", parseGroup},     Verb{"no", parseNo},         Verb{"hardware", parseHardware},
-       Verb{"machine", parseMachine}, Verb{"advance", parseAdvance}, Verb{"settle", parseSettle},
-       Verb{"show", parseShow},       Verb{"expect", parseExpect}, Verb{"trace", parseTrace},
-       Verb{"say", parseSay}};
+   constexpr std::array verbs = {Verb{"group", parseGroup},       Verb{"no", parseNo},
+                                 Verb{"hardware", parseHardware}, Verb{"machine", parseMachine},
+                                 Verb{"advance", parseAdvance},   Verb{"settle", parseSettle},
+                                 Verb{"show", parseShow},         Verb{"expect", parseExpect},
+                                 Verb{"trace", parseTrace},       Verb{"say", parseSay}};
    std::string known;
    for (Verb const& verb : verbs) {
       if (tokens.take(verb.word)) return verb.parse(tokens);

@@ -61,7 +61,8 @@ ScenarioEvent parseExpect(Tokens& tokens) {
       return expectation([keys](Stage& stage) { stage.expectHardware(keys); });
    }
    if (tokens.take("backlog")) {
-      if (auto const count = parseCount(tokens)) return expectCount("backlog", *count, backlogCount);
+      if (auto const count = parseCount(tokens))
+         return expectCount("backlog", *count, backlogCount);
       auto const keys = parseKeyPatterns(tokens);
       return expectation([keys](Stage& stage) { stage.expectBacklog(keys); });
    }
@@ -97,8 +98,9 @@ ScenarioEvent parseExpect(Tokens& tokens) {
          stage.expectText("time", secondsText(wanted), secondsText(stage.world().now()));
       });
    }
-   tokens.unexpected("one of hardware, backlog, not-programmed, calls, log, high-water, "
-                     "references, resource-full, time");
+   tokens.unexpected(
+       "one of hardware, backlog, not-programmed, calls, log, high-water, "
+       "references, resource-full, time");
 }
 
 }  // namespace Agent

@@ -18,8 +18,7 @@ namespace {
 using Tunnel::Decap::DecapGroup;
 using Change = std::function<void(DecapGroup&)>;
 
-constexpr std::array<std::string_view, 6> keywords = {"type", "port", "payload",
-                                                      "vrf",  "ip",   "no"};
+constexpr std::array<std::string_view, 6> keywords = {"type", "port", "payload", "vrf", "ip", "no"};
 
 bool atKeyword(Tokens const& tokens) {
    return std::any_of(keywords.begin(), keywords.end(),

@@ -29,12 +29,11 @@ SchemaNode& SchemaNode::field(std::string_view) { wrong("an object"); }
 void SchemaNode::endRecord() { wrong("an object"); }
 
 NumberNode::NumberNode(std::uint64_t greatest, Take take)
-    : SchemaNode("a whole number from 0 to " + std::to_string(greatest)),
-      greatest_(greatest),
+    : SchemaNode("a whole number from 0 to " + std::to_string(greatest)), greatest_(greatest),
       take_(std::move(take)) {}
 
 void NumberNode::number(std::uint64_t value) {
-   if (value > greatest_) wrong(std::to_string(value));
+   if (value > greatest_) wrong("the number " + std::to_string(value));
    take_(value);
 }
 

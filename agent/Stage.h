@@ -48,8 +48,7 @@ class Stage {
    void expectLog(std::vector<std::string> const& wanted);
    void expectReferences(KeyPattern const& key, std::uint64_t wanted);
    /// Anything that compares as text.
-   void expectText(std::string const& subject, std::string const& wanted,
-                   std::string const& found);
+   void expectText(std::string const& subject, std::string const& wanted, std::string const& found);
 
    /// Where the expectation stands that runs now.
    void expectationIs(std::size_t line, std::size_t column) noexcept;

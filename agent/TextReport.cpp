@@ -24,8 +24,8 @@ std::string typeText(Tunnel::Decap::TunnelType type) {
 }
 
 std::vector<TextTable::Column> keyColumns(std::string const& last) {
-   return {{"TUNNEL"}, {"DESTINATION"}, {"PORT", Align::right}, {"PAYLOAD"},
-           {"VRF"},    {"GROUPS"},      {last}};
+   return {{"TUNNEL"}, {"DESTINATION"}, {"PORT", Align::right}, {"PAYLOAD"}, {"VRF"},
+           {"GROUPS"}, {last}};
 }
 
 std::vector<std::string> keyCells(KeyRow const& row, std::string const& last) {
@@ -61,8 +61,8 @@ void printRows(std::ostream& out, Rows const& list) {
 }  // namespace
 
 void printGroups(std::ostream& out, Report const& report) {
-   out << "Groups: " << report.groupsTotal << "; "
-       << counted(report.prefixes, "prefix", "prefixes") << '\n';
+   out << "Groups: " << report.groupsTotal << "; " << counted(report.prefixes, "prefix", "prefixes")
+       << '\n';
    if (report.groups.empty()) return;
    TextTable table({{"GROUP"},
                     {"TUNNEL"},
@@ -81,10 +81,10 @@ void printGroups(std::ostream& out, Report const& report) {
       } else if (row.missing != 0) {
          note = std::to_string(row.missing) + " not programmed";
       }
-      table.row({group.name().stdString(), typeText(group.tunnelType()),
-                 portText(group.destPort()), payloadText(group.payloadType()),
-                 vrfText(group.forwardingVrf()), std::to_string(group.decapIp().size()),
-                 std::to_string(row.inHardware), std::to_string(row.waiting), note});
+      table.row({group.name().stdString(), typeText(group.tunnelType()), portText(group.destPort()),
+                 payloadText(group.payloadType()), vrfText(group.forwardingVrf()),
+                 std::to_string(group.decapIp().size()), std::to_string(row.inHardware),
+                 std::to_string(row.waiting), note});
    }
    table.print(out);
    printMore(out, report.groups.size(), report.groupsTotal);

@@ -12,8 +12,9 @@ namespace {
 
 /// Characters of a UTF-8 text (RFC 3629): bytes that do not continue one.
 std::size_t widthOf(std::string_view text) {
-   return static_cast<std::size_t>(std::count_if(
-       text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
+   return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+      return (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+   }));
 }
 
 }  // namespace

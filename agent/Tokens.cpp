@@ -26,7 +26,6 @@ std::optional<T> parsed(std::string_view text) {
 Tokens::Tokens(std::string const& file, std::size_t line, std::string_view text)
     : file_(file), line_(line) {
    cut(text);
-   while (width_ != 0 && isBlank(text[width_ - 1])) --width_;
    std::size_t const first = tokens_.empty() ? width_ : tokens_.front().column - 1;
    text_ = printable(text.substr(first, width_ - first));
 }
@@ -58,6 +57,8 @@ void Tokens::cut(std::string_view text) {
       }
       tokens_.push_back(std::move(token));
    }
+   // Blanks before a comment are nobody's place.
+   while (at != 0 && isBlank(text[at - 1])) --at;
    width_ = at;
 }
 
@@ -103,8 +104,8 @@ double Tokens::seconds() {
    Token const& token = word("seconds");
    auto const value = parsed<double>(token.text);
    if (!value || !std::isfinite(*value) || *value < 0.0) {
-      fail(token, "expected seconds, a number of at least 0, found " +
-                      Mdl::quotedForMessage(token.text));
+      fail(token,
+           "expected seconds, a number of at least 0, found " + Mdl::quotedForMessage(token.text));
    }
    return *value;
 }

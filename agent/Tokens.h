@@ -28,7 +28,7 @@ class Tokens {
    Tokens(std::string const& file, std::size_t line, std::string_view text);
 
    bool atEnd() const noexcept { return next_ == tokens_.size(); }
-   /// The place of the next word, or behind the last one.
+   /// The place of the next word, or right behind the last one.
    TextPosition position() const noexcept;
    /// The place of the first word; column 1 of an empty line.
    TextPosition start() const noexcept;

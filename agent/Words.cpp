@@ -55,8 +55,9 @@ Pkt::IpGenPrefix destinationFromText(std::string_view text) {
                        " lies in " + masked(prefix).stringValue().stdString());
    }
    if (prefix.length() == 0) {
-      throw ValueError("a prefix of length 0 covers every address; a decap destination needs a "
-                       "length of at least 1");
+      throw ValueError(
+          "a prefix of length 0 covers every address; a decap destination needs a "
+          "length of at least 1");
    }
    return prefix;
 }

@@ -24,7 +24,8 @@ Tunnel::Decap::TunnelType tunnelTypeFromText(std::string_view text);
 /// "ip" or "mpls".
 Tunnel::Decap::PayloadType payloadTypeFromText(std::string_view text);
 
-/// An answer of hardware: "success", "not-ready", "exists", "unsupported", "full", "max", "pending".
+/// An answer of hardware: "success", "not-ready", "exists", "unsupported", "full", "max",
+/// "pending".
 Fwd::dgRetCode answerFromWord(std::string_view text);
 
 /// The name of a group or a VRF: 1 to 255 bytes, no control characters.

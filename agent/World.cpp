@@ -14,6 +14,9 @@ constexpr Mdl::Seconds shortestTurn = 0.001;
 /// Calls kept for the person at the terminal; a million prefixes must not be kept twice.
 constexpr std::size_t journalLimit = 1000;
 
+/// So many refusals are not worth looking through.
+constexpr std::size_t fewRefusals = 1000;
+
 /// What a wake-up can change that matters to an onlooker.
 struct Mark {
    std::size_t entries;
@@ -29,15 +32,21 @@ struct Mark {
 World::World()
     : config_(Mdl::allocate<Tunnel::Decap::Config>()),
       status_(Mdl::allocate<Tunnel::Decap::Hardware::Status>()),
-      ipStatus_(Mdl::allocate<Ip::Status>()),
-      ip6Status_(Mdl::allocate<Ip6::Status>()),
+      ipStatus_(Mdl::allocate<Ip::Status>()), ip6Status_(Mdl::allocate<Ip6::Status>()),
       shared_(Mdl::allocate<Fwd::FwdCommonSmData>(Mdl::allocate<Fwd::VerifyData>())),
       hardware_(Mdl::allocate<Sim::SimHelper>()) {
    hardware_->journal().limitIs(journalLimit);
-   hardware_->observerIs([this](Sim::Call const& call) {
-      refusals_.note(call);
-      if (callObserver_) callObserver_(call);
-   });
+   hardware_->observerIs([this](Sim::Call const& call) { noteCall(call); });
+}
+
+void World::noteCall(Sim::Call const& call) {
+   refusals_.note(call, machine_ && machine_->unprogrammedKeyHas(call.key));
+   if (refusals_.size() > refusalsWorthPruning_) {
+      refusals_.prune(
+          [this](Fwd::DecapKey const& key) { return machine_ && machine_->refCountHas(key); });
+      refusalsWorthPruning_ = fewRefusals + 2 * refusals_.size();
+   }
+   if (callObserver_) callObserver_(call);
 }
 
 World::~World() {
@@ -130,8 +139,7 @@ void World::advanceTo(Mdl::Seconds time) {
 
 Settled World::settle(Mdl::Seconds limit) {
    auto const mark = [this] {
-      return Mark{hardware_->table().size(),
-                  machine_ ? machine_->unprogrammedKey().size() : 0,
+      return Mark{hardware_->table().size(), machine_ ? machine_->unprogrammedKey().size() : 0,
                   hardware_->written(), status_->hwResourceFull()};
    };
    turn();

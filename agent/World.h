@@ -7,6 +7,7 @@
 #include "platform/sim/SimHelper.h"
 #include "platform/sim/SimTime.h"
 
+#include <cstddef>
 #include <exception>
 #include <functional>
 #include <string>
@@ -113,12 +114,14 @@ class World {
  private:
    void configure(HardwareConfiguration const& hardware);
    void configure(GroupConfiguration const& group);
+   void noteCall(Sim::Call const& call);
    void moveClock(Mdl::Seconds time);
    Mdl::Seconds nextTurn() const;
 
    Sim::SimTime time_;
    OperatorLog log_;
    Refusals refusals_;
+   std::size_t refusalsWorthPruning_ = 0;
    ReviewConfiguration review_;
    CallObserver callObserver_;
    FaultHandler faultHandler_;

@@ -9,7 +9,8 @@ namespace Mdl {
 namespace {
 
 std::shared_ptr<System::TimeSource const>& timeSource() {
-   static std::shared_ptr<System::TimeSource const> source;
+   // Never destroyed, like the sinks of trace and log.
+   static auto& source = *new std::shared_ptr<System::TimeSource const>;
    return source;
 }
 

@@ -22,6 +22,7 @@ std::string outcomeText(Call const& call) {
       case Outcome::answered: return answerText(call.answer);
       case Outcome::removed: return "removed";
       case Outcome::unknown: return "not in the table";
+      case Outcome::swept: return "held over, not claimed";
       case Outcome::done: return "";
       case Outcome::threw: return "exception";
    }

@@ -18,6 +18,7 @@ enum class Outcome : std::uint8_t {
    answered,  ///< `program`: `answer` says how
    removed,   ///< `remove`: the key was in the table
    unknown,   ///< `remove`: the table did not hold the key
+   swept,     ///< `remove`, by the hook itself: the key was held over and nobody had claimed it
    done,      ///< `verify`, `configReady`
    threw,     ///< an exception left the hook
 };

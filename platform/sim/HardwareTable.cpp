@@ -1,6 +1,14 @@
 #include "platform/sim/HardwareTable.h"
 
+#include "mdl/Assert.h"
+#include "platform/sim/StateFile.h"
+
+#include <utility>
+
 namespace Sim {
+
+HardwareTable::HardwareTable() = default;
+HardwareTable::~HardwareTable() = default;
 
 HardwareTable::Write HardwareTable::write(Fwd::DecapKey const& key, Mdl::Seconds now) {
    if (contains(key)) return Write::held;
@@ -12,6 +20,16 @@ HardwareTable::Write HardwareTable::write(Fwd::DecapKey const& key, Mdl::Seconds
 bool HardwareTable::writeUnchecked(Fwd::DecapKey const& key, Mdl::Seconds now) {
    if (contains(key)) return false;
    entries_.insertOrAssign(key, now);
+   if (file_) {
+      // The entry came first: a record cannot be taken back if there is no memory for the entry.
+      try {
+         file_->append(StateChange::written, key);
+      } catch (...) {
+         entries_.erase(key);
+         throw;
+      }
+      file_->rewriteIfLong(entries_);
+   }
    all_.grow();
    of(key.tunnelType()).grow();
    return true;
@@ -20,16 +38,28 @@ bool HardwareTable::writeUnchecked(Fwd::DecapKey const& key, Mdl::Seconds now) {
 bool HardwareTable::erase(Fwd::DecapKey const& key) {
    // The caller's key may be the table's own.
    auto const type = key.tunnelType();
-   if (!entries_.erase(key)) return false;
+   if (!contains(key)) return false;
+   if (file_) file_->append(StateChange::erased, key);
+   entries_.erase(key);
+   if (file_) file_->rewriteIfLong(entries_);
    --all_.size;
    --of(type).size;
    return true;
 }
 
 void HardwareTable::clear() {
+   if (file_) file_->append(StateChange::cleared, {});
    entries_.clear();
+   if (file_) file_->rewriteIfLong(entries_);
    all_.size = 0;
    for (auto& share : byType_) share.size = 0;
+}
+
+void HardwareTable::fileIs(std::unique_ptr<StateFile> file, Mdl::Seconds now) {
+   MDL_ASSERT(file && !file_ && entries_.empty());
+   for (auto const& entry : file->takeEntries()) writeUnchecked(entry.key, now);
+   file_ = std::move(file);
+   file_->rewriteIfLong(entries_);
 }
 
 }  // namespace Sim

@@ -8,8 +8,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 
 namespace Sim {
+
+class StateFile;
 
 /// The decapsulation table of a simulated chip: what is in it, how much fits, how full it ever was.
 ///
@@ -19,10 +22,20 @@ namespace Sim {
 /// I2: a write never takes the content past a capacity. Content that was there before a capacity
 ///   was lowered stays.
 /// I3: no high-water mark is smaller than the size it belongs to.
+/// I4: with a state file, table and file tell the same. A change that the file refuses does not
+///   take place: `StateFileError` leaves the call.
 /// Re-entrancy: none is needed, no call runs foreign code. Walks over `entries()` survive any call.
-/// Cost: O(1) a call; a key, its time and an index slot an entry.
+/// Cost: O(1) a call; a key, its time and an index slot an entry. With a state file, one append to
+///   it for each change.
 class HardwareTable {
  public:
+   using Entries = Mdl::Collection<Fwd::DecapKey, Mdl::Seconds>;
+
+   HardwareTable();
+   ~HardwareTable();
+   HardwareTable(HardwareTable const&) = delete;
+   HardwareTable& operator=(HardwareTable const&) = delete;
+
    /// The capacity of a table that is never full.
    static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
@@ -36,9 +49,7 @@ class HardwareTable {
    std::size_t capacity() const noexcept { return all_.capacity; }
    void capacityIs(std::size_t entries) noexcept { all_.capacity = entries; }
    /// How many entries of one tunnel type fit, `unlimited` at first.
-   std::size_t capacity(Tunnel::Decap::TunnelType type) const noexcept {
-      return of(type).capacity;
-   }
+   std::size_t capacity(Tunnel::Decap::TunnelType type) const noexcept { return of(type).capacity; }
    void capacityIs(Tunnel::Decap::TunnelType type, std::size_t entries) noexcept {
       of(type).capacity = entries;
    }
@@ -52,9 +63,9 @@ class HardwareTable {
       return of(type).highWater;
    }
 
-   /// Whether one more entry of the type fits.
-   bool hasRoom(Tunnel::Decap::TunnelType type) const noexcept {
-      return all_.hasRoom() && of(type).hasRoom();
+   /// Whether one more entry of the type fits, once `leaving` of that type have left.
+   bool hasRoom(Tunnel::Decap::TunnelType type, std::size_t leaving = 0) const noexcept {
+      return all_.hasRoom(leaving) && of(type).hasRoom(leaving);
    }
    bool contains(Fwd::DecapKey const& key) const { return entries_.contains(key); }
 
@@ -68,9 +79,13 @@ class HardwareTable {
    void clear();
 
    /// Readback: the keys and when each was written, in the order of writing.
-   Mdl::Collection<Fwd::DecapKey, Mdl::Seconds> const& entries() const noexcept {
-      return entries_;
-   }
+   Entries const& entries() const noexcept { return entries_; }
+
+   /// Fills the table, which is empty so far, with what the file holds, whatever the capacity says,
+   /// and keeps every change in the file from now on. The entries are as old as this call.
+   void fileIs(std::unique_ptr<StateFile> file, Mdl::Seconds now);
+   /// Null for a table that lives in memory only.
+   StateFile* file() const noexcept { return file_.get(); }
 
  private:
    struct Share {
@@ -78,7 +93,9 @@ class HardwareTable {
       std::size_t size = 0;
       std::size_t highWater = 0;
 
-      bool hasRoom() const noexcept { return size < capacity; }
+      bool hasRoom(std::size_t leaving) const noexcept {
+         return size < leaving || size - leaving < capacity;
+      }
       void grow() noexcept {
          if (++size > highWater) highWater = size;
       }
@@ -94,7 +111,8 @@ class HardwareTable {
    Share all_;
    // One for every value the type can have, as a key may carry any.
    std::array<Share, 256> byType_;
-   Mdl::Collection<Fwd::DecapKey, Mdl::Seconds> entries_;
+   Entries entries_;
+   std::unique_ptr<StateFile> file_;
 };
 
 }  // namespace Sim

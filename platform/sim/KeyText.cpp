@@ -12,10 +12,10 @@ struct AnswerWord {
 };
 
 constexpr std::array answerWords = {
-   AnswerWord{Fwd::dgRcSuccess, "success"},  AnswerWord{Fwd::dgRcNotReady, "not-ready"},
-   AnswerWord{Fwd::dgRcAlreadyExists, "exists"}, AnswerWord{Fwd::dgRcUnSupported, "unsupported"},
-   AnswerWord{Fwd::dgRcHwFull, "full"},      AnswerWord{Fwd::dgRcMax, "max"},
-   AnswerWord{Fwd::dgRcPending, "pending"},
+    AnswerWord{Fwd::dgRcSuccess, "success"},      AnswerWord{Fwd::dgRcNotReady, "not-ready"},
+    AnswerWord{Fwd::dgRcAlreadyExists, "exists"}, AnswerWord{Fwd::dgRcUnSupported, "unsupported"},
+    AnswerWord{Fwd::dgRcHwFull, "full"},          AnswerWord{Fwd::dgRcMax, "max"},
+    AnswerWord{Fwd::dgRcPending, "pending"},
 };
 
 }  // namespace

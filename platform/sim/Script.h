@@ -46,8 +46,7 @@ class Script {
    /// The answer of the next `times` calls that no other queued answer speaks of.
    void next(Answer answer, std::uint64_t times = 1);
    /// The answer for a destination, for its next `times` calls or `always`.
-   void forPrefix(Pkt::IpGenPrefix const& destination, Answer answer,
-                  std::uint64_t times = always);
+   void forPrefix(Pkt::IpGenPrefix const& destination, Answer answer, std::uint64_t times = always);
    void forPrefixDel(Pkt::IpGenPrefix const& destination) { forPrefix_.erase(destination); }
    void clear();
 

@@ -2,6 +2,7 @@
 
 #include "mdl/System.h"
 #include "platform/sim/SimTime.h"
+#include "platform/sim/StateFile.h"
 
 #include <algorithm>
 #include <utility>
@@ -57,6 +58,11 @@ class SimHelper::Journaled {
 SimHelper::SimHelper(Mdl::String name) : FwdDecapGroupSmHelper(std::move(name)) {}
 SimHelper::~SimHelper() = default;
 
+void SimHelper::resume(std::unique_ptr<StateFile> file) {
+   table_.fileIs(std::move(file), Mdl::System::currentTime());
+   holdOver();
+}
+
 void SimHelper::duringProgram(std::uint64_t call, Action action) {
    programActions_[call] = std::move(action);
 }
@@ -84,8 +90,8 @@ Fwd::dgRetCode SimHelper::programDecapKey(Fwd::DecapKey const& key) {
       runAction(programActions_, call);
       passCallCost();
       auto const scripted = script_.take(call, journaled.key());
-      Fwd::dgRetCode const code = scripted ? answer(*scripted, journaled.key())
-                                           : answerOfHardware(journaled.key());
+      Fwd::dgRetCode const code =
+          scripted ? answer(*scripted, journaled.key()) : answerOfHardware(journaled.key());
       journaled.ends(Outcome::answered, code);
       return code;
    });
@@ -98,7 +104,9 @@ void SimHelper::removeDecapKey(Fwd::DecapKey const& key) {
       passCallCost();
       if (removalFaults_.erase(call) != 0) throw HardwareFault("simulated fault in a removal");
       preparing_.erase(journaled.key());
-      journaled.ends(table_.erase(journaled.key()) ? Outcome::removed : Outcome::unknown);
+      bool const held = table_.erase(journaled.key());
+      heldOver_.erase(journaled.key());
+      journaled.ends(held ? Outcome::removed : Outcome::unknown);
    });
 }
 
@@ -107,7 +115,9 @@ void SimHelper::verify() {
 }
 
 void SimHelper::decapGroupConfigReady() {
-   Journaled(*this, Operation::configReady, {}).run([](Journaled& call) {
+   Journaled(*this, Operation::configReady, {}).run([this](Journaled& call) {
+      // One at a time: the observer may claim others meanwhile.
+      while (auto const key = heldOver_.next()) sweep(*key);
       call.ends(Outcome::done);
    });
 }
@@ -118,8 +128,11 @@ void SimHelper::passCallCost() {
 
 Fwd::dgRetCode SimHelper::answer(Answer const& scripted, Fwd::DecapKey const& key) {
    if (!scripted.code) throw HardwareFault("simulated fault in programming");
+   if (*scripted.code == Fwd::dgRcAlreadyExists) claim(key);
    if (*scripted.code == Fwd::dgRcSuccess) {
       preparing_.erase(key);
+      claim(key);
+      sweepRivals(key);
       if (table_.writeUnchecked(key, Mdl::System::currentTime())) ++written_;
    }
    return *scripted.code;
@@ -127,13 +140,39 @@ Fwd::dgRetCode SimHelper::answer(Answer const& scripted, Fwd::DecapKey const& ke
 
 Fwd::dgRetCode SimHelper::answerOfHardware(Fwd::DecapKey const& key) {
    Mdl::Seconds const now = Mdl::System::currentTime();
+   if (claim(key)) return Fwd::dgRcAlreadyExists;
    if (now < notReadyUntil_) return Fwd::dgRcNotReady;
    if (table_.contains(key)) return Fwd::dgRcAlreadyExists;
-   if (!table_.hasRoom(key.tunnelType())) return Fwd::dgRcHwFull;
+   std::size_t const leaving = heldOver_.rival(key) ? 1 : 0;
+   if (!table_.hasRoom(key.tunnelType(), leaving)) return Fwd::dgRcHwFull;
    if (!prepared(key, now)) return Fwd::dgRcPending;
-   table_.write(key, now);
+   sweepRivals(key);
+   // The observer of a sweep may have written as well.
+   switch (table_.write(key, now)) {
+      case HardwareTable::Write::held: return Fwd::dgRcAlreadyExists;
+      case HardwareTable::Write::full: return Fwd::dgRcHwFull;
+      case HardwareTable::Write::written: break;
+   }
    ++written_;
    return Fwd::dgRcSuccess;
+}
+
+/// Whether the key is there from before. It is the caller's from now on.
+bool SimHelper::claim(Fwd::DecapKey const& key) {
+   return heldOver_.erase(key) && table_.contains(key);
+}
+
+/// Clears the way for a key: another VRF's entries for the same destination leave.
+void SimHelper::sweepRivals(Fwd::DecapKey const& key) {
+   while (auto const rival = heldOver_.rival(key)) sweep(*rival);
+}
+
+void SimHelper::sweep(Fwd::DecapKey const& key) {
+   Journaled(*this, Operation::remove, key).run([this](Journaled& journaled) {
+      bool const held = table_.erase(journaled.key());
+      heldOver_.erase(journaled.key());
+      journaled.ends(held ? Outcome::swept : Outcome::unknown);
+   });
 }
 
 /// Whether the key may be written now. Starts its preparation when it has to be prepared.

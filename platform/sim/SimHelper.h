@@ -4,28 +4,41 @@
 #include "mdl/Collection.h"
 #include "mdl/Seconds.h"
 #include "platform/sim/HardwareTable.h"
+#include "platform/sim/HeldOver.h"
 #include "platform/sim/Journal.h"
 #include "platform/sim/Script.h"
 
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 
 namespace Sim {
 
 class SimTime;
+class StateFile;
 
 /// Simulated hardware behind the platform hook: a table with limits, moods and a memory of what it
 /// was asked.
 ///
 /// How `programDecapKey` is answered, first rule that applies:
 ///  1. what the script says; a scripted success writes the key even beyond a capacity;
-///  2. not-ready while the hardware is not ready;
-///  3. exists for a key that the table holds;
-///  4. full while the key's type, or the table, has no room;
-///  5. with a latency: pending until the latency has passed since the key was first asked for, and
+///  2. exists for a key that is held over: that it is there is known without asking the hardware;
+///  3. not-ready while the hardware is not ready;
+///  4. exists for a key that the table holds;
+///  5. full while the key's type, or the table, has no room;
+///  6. with a latency: pending until the latency has passed since the key was first asked for, and
 ///     success from then on. What is prepared takes no room until it is written;
-///  6. success.
+///  7. success.
+///
+/// After a restart: what the table holds when `resume` or `holdOver` is called is held over. A key
+/// that is answered with exists or success is claimed. What nobody has claimed is removed when
+/// `decapGroupConfigReady` is called, and before that where it is in the way of a key of another
+/// VRF that is written for the same destination, so that hardware never has two owners of one
+/// destination. The journal shows these removals, inside the call that causes them, with the
+/// outcome `swept`. So what ends up in the table is what the configuration asks for, whatever was
+/// held over, unless the table is too small or too slow for all that is asked: then what is there
+/// already is ahead of what is new.
 ///
 ///     auto const hardware = Mdl::allocate<Sim::SimHelper>();
 ///     hardware->table().capacityIs(2);
@@ -35,11 +48,15 @@ class SimTime;
 ///
 /// Owner: its pointers, as with every hook.
 /// I1: a key is being prepared only while the table does not hold it.
+/// I2: a key is held over only while the table holds it, unless somebody removes it from `table()`
+///   behind the hook's back; then it is no longer there to be claimed or swept.
 /// Re-entrancy: an action (`duringProgram`, `duringRemoval`) and the observer may call anything,
 ///   the hook included. An action runs before its call touches the table; the observer runs when
 ///   the outcome stands.
-/// Cost: O(1) a call. Memory by the table's content, the keys being prepared, what the script
-///   still holds and what the journal keeps.
+/// Errors: where the table is kept in a file, a change that cannot be recorded does not take place
+///   and StateFileError leaves the call.
+/// Cost: O(1) a call, O(log held over) while there are held-over keys. Memory by the table's
+///   content, the keys being prepared, what the script still holds and what the journal keeps.
 class SimHelper final : public Fwd::FwdDecapGroupSmHelper {
  public:
    using Action = std::function<void()>;
@@ -52,6 +69,13 @@ class SimHelper final : public Fwd::FwdDecapGroupSmHelper {
    Journal& journal() noexcept { return journal_; }
    Journal const& journal() const noexcept { return journal_; }
    Script& script() noexcept { return script_; }
+
+   /// Goes on with the table that the file holds, which its last user left, and keeps the table in
+   /// the file from now on. To be called before the first call of the hook.
+   void resume(std::unique_ptr<StateFile> file);
+   /// What the table holds now counts as held over.
+   void holdOver() { heldOver_.take(table_); }
+   HeldOver const& heldOver() const noexcept { return heldOver_; }
 
    /// From asking for a key to having it written, 0 at first: at once.
    Mdl::Seconds latency() const noexcept { return latency_; }
@@ -108,8 +132,12 @@ class SimHelper final : public Fwd::FwdDecapGroupSmHelper {
    Fwd::dgRetCode answer(Answer const& scripted, Fwd::DecapKey const& key);
    Fwd::dgRetCode answerOfHardware(Fwd::DecapKey const& key);
    bool prepared(Fwd::DecapKey const& key, Mdl::Seconds now);
+   bool claim(Fwd::DecapKey const& key);
+   void sweepRivals(Fwd::DecapKey const& key);
+   void sweep(Fwd::DecapKey const& key);
 
    HardwareTable table_;
+   HeldOver heldOver_;
    Journal journal_;
    Script script_;
    Observer observer_;

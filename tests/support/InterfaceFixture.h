@@ -31,7 +31,7 @@ class InterfaceFixture : public DecapFixture {
       return "program " + udp(destination) + " -> success";
    }
    static std::string removes(std::string_view destination) {
-      return "remove " + udp(destination);
+      return "remove " + udp(destination) + " -> removed";
    }
 
    // The scene.

@@ -18,7 +18,8 @@ namespace Support {
 
 inline Fwd::DecapKey udpKey(std::string_view destination, std::string_view vrf = "default") {
    auto const to = Pkt::IpGenPrefix::fromText(destination);
-   auto const from = to.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
+   auto const from =
+       to.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
    return Fwd::DecapKey(from, to, Tunnel::Decap::TunnelType::udp, 6080,
                         Tunnel::Decap::PayloadType::ip, L3::VrfName(Mdl::String(vrf)));
 }
@@ -51,9 +52,7 @@ struct KeptTable {
 /// The text of a state file in which the keys were written and some removed again.
 class StateFileText {
  public:
-   StateFileText& written(Fwd::DecapKey const& key) {
-      return add(Sim::StateChange::written, key);
-   }
+   StateFileText& written(Fwd::DecapKey const& key) { return add(Sim::StateChange::written, key); }
    StateFileText& erased(Fwd::DecapKey const& key) { return add(Sim::StateChange::erased, key); }
    StateFileText& cleared() { return add(Sim::StateChange::cleared, {}); }
 

@@ -25,7 +25,7 @@ using Support::Leaf;
 using Support::Plant;
 
 // Formatted output swallows exceptions unless the stream asks for them.
-TEST(Trace, ARecordThatRunsOutOfMemoryIsLostAndCounted) {
+TEST(FrameworkRobustness, ARecordThatRunsOutOfMemoryIsLostAndCounted) {
    Mdl::TraceHandle handle("TraceDefect", 0);
    handle.maskIs(1u << 2);
    std::size_t emitted = 0;
@@ -42,14 +42,14 @@ TEST(Trace, ARecordThatRunsOutOfMemoryIsLostAndCounted) {
 }
 
 // There is no bit for it, and shifting by so much would be undefined.
-TEST(Trace, ALevelBeyondTheMaskIsOff) {
+TEST(FrameworkRobustness, ALevelBeyondTheMaskIsOff) {
    Mdl::TraceHandle handle("TraceDefect", 0);
    handle.maskIs(~0u);
    EXPECT_FALSE(handle.enabled(32));
    EXPECT_FALSE(handle.enabled(40));
 }
 
-TEST(Entity, ADyingReplacedEntryMayDropItsEntityAndAllThatWatchIt) {
+TEST(FrameworkRobustness, ADyingReplacedEntryMayDropItsEntityAndAllThatWatchIt) {
    Journal journal;
    auto mortal = Mdl::allocate<Plant>();
    auto actor = actorOn(mortal, journal, "actor");
@@ -63,7 +63,7 @@ TEST(Entity, ADyingReplacedEntryMayDropItsEntityAndAllThatWatchIt) {
 }
 
 // The entries behind the first would stay for good.
-TEST(Entity, RemovingAllRemovesAllThoughAReactorThrows) {
+TEST(FrameworkRobustness, RemovingAllRemovesAllThoughAReactorThrows) {
    Journal journal;
    auto const plant = Mdl::allocate<Plant>();
    for (char const* const key : {"a", "b", "c"}) plant->markIs(key);
@@ -87,7 +87,7 @@ class Sleeper final : public Mdl::Clock::NotifieeConst {
    void onTimeMin() override { ++woken; }
 };
 
-TEST(Clock, OneThatIsNotArmedSleepsOnAtTheEndOfTime) {
+TEST(FrameworkRobustness, OneThatIsNotArmedSleepsOnAtTheEndOfTime) {
    auto const clock = Mdl::allocate<Mdl::Clock>();
    auto const sleeper = Mdl::allocate<Sleeper>(clock);
    clock->timeIs(Mdl::never);
@@ -95,7 +95,7 @@ TEST(Clock, OneThatIsNotArmedSleepsOnAtTheEndOfTime) {
 }
 
 // A source runs from a copy that outlives the call.
-TEST(System, ASourceMayReplaceItself) {
+TEST(FrameworkRobustness, ASourceMayReplaceItself) {
    std::string const kept(100, 'k');
    Mdl::System::timeSourceIs([kept] {
       Mdl::System::timeSourceIs(nullptr);
@@ -113,7 +113,7 @@ class Leaking final : public Mdl::PtrInterface {
    }
 };
 
-TEST(PtrDeathTest, AReferenceThatOutlivesAConstructorThatThrewStopsTheProcess) {
+TEST(FrameworkRobustnessDeathTest, AReferenceThatOutlivesAConstructorThatThrewStopsTheProcess) {
    EXPECT_DEATH(
        {
           Ptr<Leaking> out;
@@ -140,7 +140,7 @@ class Dropping final : public Mdl::PtrInterface::NotifieeConst {
    Ptr<Dropping>& self_;
 };
 
-TEST(Notifiee, ACleanUpMayDropTheLastPointerToItsReactor) {
+TEST(FrameworkRobustness, ACleanUpMayDropTheLastPointerToItsReactor) {
    auto const plant = Mdl::allocate<Plant>();
    Ptr<Dropping> self;
    self = Mdl::allocate<Dropping>(plant, self);
@@ -167,7 +167,7 @@ TEST(Notifiee, ACleanUpMayDropTheLastPointerToItsReactor) {
    std::exit(0);
 }
 
-TEST(TraceDeathTest, StaticsMayTraceInTheirDestructors) {
+TEST(FrameworkRobustnessDeathTest, StaticsMayTraceInTheirDestructors) {
    EXPECT_EXIT(traceFromAStaticsDestructor(), testing::ExitedWithCode(7), "bye");
 }
 

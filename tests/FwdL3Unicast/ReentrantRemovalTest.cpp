@@ -1,0 +1,173 @@
+#include "support/DecapFixture.h"
+
+namespace {
+
+/// What a hook may do while it is asked to remove a key.
+class ReentrantRemoval : public DecapFixture {
+ protected:
+   ReentrantRemoval() {
+      givenGroup("red");
+      givenGroup("blue", {.vrf = "blue"});
+      givenRunning();
+      whenDecapIpAdded("red", "10.1.0.0/16");
+      whenDecapIpAdded("red", "10.2.0.0/16");
+      forgetSoFar();
+   }
+
+   void during(std::uint64_t call, Sim::SimHelper::Action action) {
+      hardware->duringRemoval(call, std::move(action));
+   }
+
+   static std::string entry(std::string_view destination, std::string_view vrfName = "default",
+                            int port = 6080) {
+      return "udp " + std::string(destination) + " port " + std::to_string(port) +
+             " payload ip vrf " + std::string(vrfName);
+   }
+
+   void thenOnly(Texts const& entries) const {
+      Texts counts;
+      for (auto const& text : entries) counts.push_back(text + " x1");
+      thenHardware(entries);
+      thenCounts(counts);
+      thenBacklog({});
+   }
+};
+
+TEST_F(ReentrantRemoval, TheKeyIsAddedAgain) {
+   during(1, [&] { whenDecapIpAdded("red", "10.1.0.0/16"); });
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   thenOnly({entry("10.1.0.0/16"), entry("10.2.0.0/16")});
+   thenOwners({"udp 10.1.0.0/16 -> default", "udp 10.2.0.0/16 -> default"});
+   EXPECT_TRUE(reactor("red")->decapKeyFromIp(key("10.1.0.0/16")));
+   whenGroupRemoved("red");
+   thenOnly({});
+}
+
+TEST_F(ReentrantRemoval, TheKeyIsAddedAndRemovedAgain) {
+   during(1, [&] {
+      whenDecapIpAdded("red", "10.1.0.0/16");
+      whenDecapIpRemoved("red", "10.1.0.0/16");
+   });
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   thenOnly({entry("10.2.0.0/16")});
+   EXPECT_FALSE(reactor("red")->decapKeyFromIp(key("10.1.0.0/16")));
+}
+
+TEST_F(ReentrantRemoval, AnotherVrfTakesTheDestination) {
+   during(1, [&] { whenDecapIpAdded("blue", "10.1.0.0/16"); });
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   whenTimePasses(1.0);
+   thenOnly({entry("10.1.0.0/16", "blue"), entry("10.2.0.0/16")});
+}
+
+TEST_F(ReentrantRemoval, AnotherPrefixIsRemoved) {
+   during(1, [&] { whenDecapIpRemoved("red", "10.2.0.0/16"); });
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   thenOnly({});
+   thenOwners({});
+}
+
+// The key that is being removed still stands in the group's set, but no prefix calls for it.
+TEST_F(ReentrantRemoval, ThePortChanges) {
+   during(1, [&] { groupNamed("red").destPortIs(7000); });
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   thenOnly({entry("10.2.0.0/16", "default", 7000)});
+}
+
+TEST_F(ReentrantRemoval, ThePortChangesBackWhileTheGroupIsRekeyed) {
+   during(1, [&] { groupNamed("red").destPortIs(6080); });
+   groupNamed("red").destPortIs(7000);
+   thenOnly({entry("10.1.0.0/16"), entry("10.2.0.0/16")});
+   whenGroupRemoved("red");
+   thenOnly({});
+}
+
+TEST_F(ReentrantRemoval, TheGroupIsRemovedWhileItIsRekeyed) {
+   during(1, [&] { whenGroupRemoved("red"); });
+   groupNamed("red").destPortIs(7000);
+   thenOnly({});
+   thenOwners({});
+   EXPECT_FALSE(reactor("red"));
+}
+
+TEST_F(ReentrantRemoval, TheGroupComesBackWhileItIsRemoved) {
+   during(1, [&] {
+      auto const again = makeGroup("red", {.port = 7000});
+      again->decapIpIs(prefix("10.1.0.0/16"));
+      config->decapGroupIs(again);
+   });
+   config->decapGroupDel(Mdl::String("red"));
+   ASSERT_TRUE(reactor("red"));
+   EXPECT_FALSE(reactor("red")->isMarkedForDeletion());
+   thenOnly({entry("10.1.0.0/16", "default", 7000)});
+}
+
+TEST_F(ReentrantRemoval, AddsToAGroupThatIsBeingRemovedComeToNothing) {
+   during(1, [&] { whenDecapIpAdded("red", "10.3.0.0/16"); });
+   sm->decapGroupDel(Mdl::String("red"));
+   thenOnly({});
+}
+
+TEST_F(ReentrantRemoval, AllGroupsAreRemoved) {
+   whenDecapIpAdded("blue", "10.5.0.0/16");
+   during(1, [&] { sm->decapGroupDelAll(); });
+   config->decapGroupDelAll();
+   thenOnly({});
+   thenOwners({});
+   EXPECT_TRUE(sm->mdlDecapGroup().empty());
+}
+
+TEST_F(ReentrantRemoval, TheTunnelTypeComesBackWhileItGoes) {
+   during(1, [&] { groupNamed("red").tunnelTypeIs(TunnelType::udp); });
+   groupNamed("red").tunnelTypeIs(TunnelType::unknown);
+   thenOnly({entry("10.1.0.0/16"), entry("10.2.0.0/16")});
+   whenGroupRemoved("red");
+   thenOnly({});
+}
+
+TEST_F(ReentrantRemoval, TheLastPointerToTheMachineGoes) {
+   during(1, [&] { sm = nullptr; });
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   EXPECT_FALSE(sm);
+   thenHardware({});
+   EXPECT_EQ(hardware->removeCalls(), 2U);
+   EXPECT_TRUE(config->notifiees().empty());
+}
+
+TEST_F(ReentrantRemoval, TheLastPointerToTheMachineGoesWhileTheGroupIsRemoved) {
+   during(1, [&] { sm = nullptr; });
+   whenGroupRemoved("red");
+   EXPECT_FALSE(sm);
+   thenHardware({});
+   EXPECT_EQ(hardware->removeCalls(), 2U);
+}
+
+TEST_F(ReentrantRemoval, TheMachineThatGoesIsNotFilledAgain) {
+   during(1, [&] {
+      whenDecapIpAdded("red", "10.3.0.0/16");
+      whenDecapIpAdded("blue", "10.4.0.0/16");
+      givenGroup("green")->decapIpIs(prefix("10.5.0.0/16"));
+   });
+   whenMachineDropped();
+   thenHardware({});
+   EXPECT_TRUE(config->notifiees().empty());
+}
+
+TEST_F(ReentrantRemoval, TheMachineThatGoesIsDestroyedOnce) {
+   auto const machines = Sm::type().allocations();
+   whenMachineDropped();
+   EXPECT_EQ(Sm::type().allocations(), machines - 1);
+   thenCalls({"remove " + entry("10.1.0.0/16") + " -> removed",
+              "remove " + entry("10.2.0.0/16") + " -> removed"});
+}
+
+TEST_F(ReentrantRemoval, APointerTakenWhileTheMachineGoesIsGivenBack) {
+   Sm* const machine = sm.get();
+   auto const machines = Sm::type().allocations();
+   during(1, [&] { Mdl::Ptr<Sm> const taken(machine); });
+   whenMachineDropped();
+   EXPECT_EQ(Sm::type().allocations(), machines - 1);
+   thenHardware({});
+}
+
+}  // namespace

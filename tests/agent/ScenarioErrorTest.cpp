@@ -1,0 +1,88 @@
+// What a scenario's author is told about a line that cannot be read.
+
+#include "agent/InputError.h"
+#include "agent/Scenario.h"
+
+#include <gtest/gtest.h>
+
+namespace Agent {
+namespace {
+
+std::string errorOf(std::string const& text) {
+   try {
+      scenarioFromText("s.scn", text);
+   } catch (InputError const& error) {
+      return error.what();
+   }
+   return "no error";
+}
+
+TEST(ScenarioError, NamesLineAndColumn) {
+   EXPECT_EQ(errorOf("# first\n\n  grup a\n"),
+             "s.scn:3:3: expected one of group, no, hardware, machine, advance, settle, show, "
+             "expect, trace, say, found \"grup\"");
+}
+
+TEST(ScenarioError, OfAGroup) {
+   EXPECT_EQ(errorOf("group"),
+             "s.scn:1:6: expected the name of a group, found the end of the "
+             "line");
+   EXPECT_EQ(errorOf("group a typ gre"),
+             "s.scn:1:9: expected one of type, port, payload, vrf, ip, no ip, found \"typ\"");
+   EXPECT_EQ(errorOf("group a type vxlan"),
+             "s.scn:1:14: unknown tunnel type \"vxlan\"; known are gre, ipip, udp");
+   EXPECT_EQ(errorOf("group a port 65536"),
+             "s.scn:1:14: expected a port, a whole number from 0 to 65535, found \"65536\"");
+   EXPECT_EQ(errorOf("group a ip"), "s.scn:1:11: expected a prefix, found the end of the line");
+   EXPECT_EQ(errorOf("group a ip 10.1.2.3/16"),
+             "s.scn:1:12: bits are set beyond the prefix length: \"10.1.2.3/16\" lies in "
+             "10.1.0.0/16");
+   EXPECT_EQ(errorOf("group a no vrf"), "s.scn:1:12: expected ip, found \"vrf\"");
+   EXPECT_EQ(errorOf("no grup a"), "s.scn:1:4: expected group, found \"grup\"");
+}
+
+TEST(ScenarioError, OfTheHardware) {
+   EXPECT_EQ(errorOf("hardware off"),
+             "s.scn:1:10: expected one of capacity, latency, call-cost, not-ready, ready, answer, "
+             "no, udp-wait, found \"off\"");
+   EXPECT_EQ(errorOf("hardware capacity many"),
+             "s.scn:1:19: expected a number of entries or \"unlimited\", a whole number from 0 to "
+             "4294967295, found \"many\"");
+   EXPECT_EQ(errorOf("hardware answer 10.1.0.0/16 maybe"),
+             "s.scn:1:29: unknown answer \"maybe\"; known are success, not-ready, exists, "
+             "unsupported, full, max, pending");
+   EXPECT_EQ(errorOf("hardware latency 0.1 0.2"),
+             "s.scn:1:22: expected the end of the line, found \"0.2\"");
+}
+
+TEST(ScenarioError, OfTimeAndLooks) {
+   EXPECT_EQ(errorOf("advance"), "s.scn:1:8: expected seconds, found the end of the line");
+   EXPECT_EQ(errorOf("show me"),
+             "s.scn:1:6: expected one of all, groups, hardware, backlog, log, summary, found "
+             "\"me\"");
+   EXPECT_EQ(errorOf("machine begin"),
+             "s.scn:1:9: expected one of start, build, config-ready, initialized, stop, "
+             "review-interval, review-budget, found \"begin\"");
+   EXPECT_EQ(errorOf("trace 32"),
+             "s.scn:1:7: expected a trace level, a whole number from 0 to 31, found \"32\"");
+}
+
+TEST(ScenarioError, OfAnExpectation) {
+   EXPECT_EQ(errorOf("expect everything"),
+             "s.scn:1:8: expected one of hardware, backlog, not-programmed, calls, log, "
+             "high-water, references, resource-full, time, found \"everything\"");
+   EXPECT_EQ(errorOf("expect hardware 10.1.0.0/16,"),
+             "s.scn:1:29: expected a prefix, found the end of the line");
+   EXPECT_EQ(errorOf("expect calls erase 10.1.0.0/16"),
+             "s.scn:1:14: expected \"program\", \"remove\", \"verify\" or \"config-ready\", found "
+             "\"erase\"");
+   EXPECT_EQ(errorOf("expect resource-full maybe"), "s.scn:1:22: expected no, found \"maybe\"");
+}
+
+TEST(ScenarioError, ALastLineWithoutItsEndCountsAsWell) {
+   EXPECT_EQ(errorOf("advance 1\nadvance"),
+             "s.scn:2:8: expected seconds, found the end of the line");
+}
+
+}  // namespace
+}  // namespace Agent

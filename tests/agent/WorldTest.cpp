@@ -1,0 +1,89 @@
+#include "agent/World.h"
+
+#include <gtest/gtest.h>
+
+namespace Agent {
+namespace {
+
+GroupConfiguration group(char const* name, char const* vrf, std::vector<char const*> prefixes) {
+   GroupConfiguration group;
+   group.name = name;
+   group.tunnelType = Tunnel::Decap::TunnelType::gre;
+   group.vrf = L3::VrfName(Mdl::String(vrf));
+   for (char const* prefix : prefixes) {
+      group.decapIps.push_back(Pkt::IpGenPrefix::fromText(prefix));
+   }
+   return group;
+}
+
+TEST(World, ProgramsNothingBeforeItIsStarted) {
+   World world;
+   Configuration configuration;
+   configuration.groups.push_back(group("a", "red", {"10.1.0.0/16"}));
+   world.configure(configuration);
+   EXPECT_EQ(world.hardware().journal().begun(), 0u);
+   world.start();
+   EXPECT_EQ(world.hardware().table().size(), 1u);
+}
+
+TEST(World, AKeyIsProgrammedOnceWhenAWholeConfigurationStarts) {
+   World world;
+   Configuration configuration;
+   configuration.groups.push_back(group("a", "red", {"10.1.0.0/16"}));
+   world.configure(configuration);
+   world.start();
+   EXPECT_EQ(world.hardware().programCalls(), 1u);
+   EXPECT_EQ(world.hardware().removeCalls(), 0u);
+}
+
+TEST(World, KeepsHardwareWhenToldTo) {
+   World world;
+   Configuration configuration;
+   configuration.groups.push_back(group("a", "red", {"10.1.0.0/16"}));
+   world.configure(configuration);
+   world.start();
+   world.stop(true);
+   EXPECT_EQ(world.hardware().table().size(), 1u);
+   world.start();
+   world.stop();
+   EXPECT_EQ(world.hardware().table().size(), 0u);
+}
+
+TEST(World, IsQuietAtOnceWhenNothingWaits) {
+   World world;
+   world.start();
+   Settled const settled = world.settle(10.0);
+   EXPECT_TRUE(settled.quiet);
+   EXPECT_EQ(settled.at, 0.0);
+   EXPECT_TRUE(world.isAsleep());
+}
+
+TEST(World, TheJournalDoesNotGrowWithTheConfiguration) {
+   World world;
+   Configuration configuration;
+   configuration.groups.push_back(group("a", "red", {}));
+   for (std::uint32_t i = 0; i < 3000; ++i) {
+      configuration.groups.back().decapIps.emplace_back(Pkt::IpAddr(0x0a000000 + i));
+   }
+   world.configure(configuration);
+   world.start();
+   EXPECT_EQ(world.hardware().table().size(), 3000u);
+   EXPECT_EQ(world.hardware().journal().calls().size(), 1000u);
+}
+
+TEST(World, RemembersWhyHardwareRefusedAKeyUntilItTakesIt) {
+   World world;
+   world.hardware().table().capacityIs(0);
+   Configuration configuration;
+   configuration.groups.push_back(group("a", "red", {"10.1.0.0/16"}));
+   configuration.hardware.capacity = 0;
+   world.configure(configuration);
+   world.start();
+   EXPECT_EQ(world.refusals().size(), 1u);
+   world.hardware().table().capacityIs(1);
+   world.settle(1.0);
+   EXPECT_EQ(world.refusals().size(), 0u);
+}
+
+}  // namespace
+}  // namespace Agent
