@@ -39,16 +39,26 @@ void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, DecapKey const&
    stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
 }
 
-/// Gives back every reference of a set, and takes the keys out of it too if asked to. An exception
-/// does not keep the others.
+/// Gives back every reference of a set, whose lists stay. An exception does not keep the others.
 template <class Use>
-void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors,
-                                              bool forget) {
+void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors) {
+   for (auto const& entry : keys.walk()) errors.attempt([&] { letGo(keys, entry.key); });
+}
+
+/// Gives back every reference of a set and empties it. An exception does not keep the others.
+template <class Use>
+void FwdDecapGroupSm::MdlDecapGroup::forgetAll(GroupKeys<Use>& keys, FirstException& errors) {
    // A hook that re-keys the group meanwhile must not carry over what is on its way out.
-   if (forget) keys.leaveAll();
+   keys.leaveAll();
+   unsigned const mine = rebuilds_;
    for (auto const& entry : keys.walk()) {
-      errors.attempt([&] { letGo(keys, entry.key); });
-      if (forget) keys.forget(entry.key);
+      // A hook that re-keys the group may also take a key again that has just been given back.
+      do {
+         errors.attempt([&] { letGo(keys, entry.key); });
+         // One that rebuilds the group has emptied the set: what it holds now is to stay.
+         if (rebuilds_ != mine) return;
+         keys.forget(entry.key);
+      } while (keys.isHeld(entry.key));
    }
 }
 

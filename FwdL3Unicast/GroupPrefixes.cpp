@@ -26,9 +26,11 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
       // 5.
       FWD_TRACE(2, " delete ");
       withdrawPrefixKey(key, errors);
-      // While the group is re-keyed, the prefix may still have its old key.
+      // While the group is re-keyed, the prefix may still have its old key, unless a hook has
+      // brought it back.
       if (rekeyDepth_ != 0) {
          for (auto const& entry : fromIp_.walk()) {
+            if (isConfigured(prefix)) break;
             bool const stale = entry.key.dstIp() == key.dstIp() && entry.key != key;
             if (stale && entry.value.wanted) withdrawPrefixKey(entry.key, errors);
          }
@@ -57,8 +59,10 @@ void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(DecapKey const& key,
    if (now != nullptr && !now->wanted) fromIp_.unlist(key);
 }
 
-/// Whether the configuration has the prefix under the group's name.
+/// Whether the configuration has the prefix under the group's name. A reactor that a hook has put
+/// to rest has no configuration.
 bool FwdDecapGroupSm::MdlDecapGroup::isConfigured(Pkt::IpGenPrefix const& prefix) const {
+   if (stateMachine_ == nullptr) return false;
    auto const config = stateMachine_->dgConfig();
    auto const configured = config ? config->decapGroup(name_) : nullptr;
    return configured && configured->decapIpHas(prefix);

@@ -22,8 +22,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    // A hook that changes the type, or the group, has had everything rebuilt: there is nothing left
    // for this call to withdraw or to build.
    auto const overtaken = [&] { return mine != rebuilds_ || isMarkedForDeletion(); };
-   letGoAll(fromIntf_, errors, true);
-   if (!overtaken()) letGoAll(fromIp_, errors, true);
+   forgetAll(fromIntf_, errors);
+   if (!overtaken()) forgetAll(fromIp_, errors);
    if (!overtaken()) {
       intfAddressTypeDelAll();
       errors.attempt([&] { followExcludeSets(); });
@@ -152,8 +152,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleDelete() {
    // 4. The sets keep their lists; they go with the reactor.
    leaving_ = true;
    FirstException errors;
-   letGoAll(fromIntf_, errors, false);
-   letGoAll(fromIp_, errors, false);
+   letGoAll(fromIntf_, errors);
+   letGoAll(fromIp_, errors);
    // 5.
    auto const config = stateMachine->dgConfig();
    if (config && config->decapGroup().empty()) {

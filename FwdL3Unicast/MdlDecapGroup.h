@@ -156,7 +156,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    template <class Use>
    void letGo(GroupKeys<Use>& keys, DecapKey const& key);
    template <class Use>
-   void letGoAll(GroupKeys<Use>& keys, FirstException& errors, bool forget);
+   void letGoAll(GroupKeys<Use>& keys, FirstException& errors);
+   template <class Use>
+   void forgetAll(GroupKeys<Use>& keys, FirstException& errors);
    void takeOrigin(DecapKey const& key, AddressOrigin const& origin);
    void leaveOrigin(DecapKey const& key, AddressOrigin const& origin);
 

@@ -39,9 +39,10 @@ add_compile_options($<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g")
 
 if(DECAP_SANITIZE)
-   # -O1 halves the run time and keeps the stacks of a report readable.
+   # -O1 halves the run time and keeps the stacks of a report readable, -g1 gives them their lines
+   # and compiles a third faster than all symbols would.
    add_compile_options(-fsanitize=${DECAP_SANITIZE} -fno-sanitize-recover=all
-                       -fno-omit-frame-pointer -O1)
+                       -fno-omit-frame-pointer -O1 -g1)
    add_link_options(-fsanitize=${DECAP_SANITIZE})
 endif()
 

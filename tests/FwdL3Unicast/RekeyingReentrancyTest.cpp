@@ -3,6 +3,8 @@
 
 #include <iterator>
 #include <ostream>
+#include <span>
+#include <string_view>
 
 namespace {
 
@@ -185,6 +187,44 @@ INSTANTIATE_TEST_SUITE_P(Each, RekeyingReentrancy,
                          [](auto const& tested) {
                             return nameOf(std::get<0>(tested.param), std::get<1>(tested.param));
                          });
+
+/// Acts in several calls of one change.
+class RekeyingReentrancyTogether : public ::testing::Test {
+ protected:
+   static RekeyScene::Act named(std::span<Event const> events, std::string_view name) {
+      for (Event const& event : events) {
+         if (name == event.name) return event.act;
+      }
+      ADD_FAILURE() << "no event " << name;
+      return [](RekeyScene&) {};
+   }
+   void inProgram(std::uint64_t call, char const* act) {
+      scene.duringProgram(call, named(acts, act));
+   }
+   void inRemoval(std::uint64_t call, char const* act) {
+      scene.duringRemoval(call, named(acts, act));
+   }
+   void whenChanged(char const* change) { named(changes, change)(scene); }
+
+   RekeyScene scene;
+};
+
+TEST_F(RekeyingReentrancyTogether, APrefixThatComesBackWhileItsKeyGoesDoesNotKeepTheOldKey) {
+   inRemoval(5, "AnotherGroupFollows");
+   inRemoval(6, "APrefixGoesAndComes");
+   inRemoval(7, "PortGoes");
+   whenChanged("AnotherEntity");
+   scene.thenAllIsAsConfigured();
+}
+
+TEST_F(RekeyingReentrancyTogether, APrefixThatGoesWithItsOldKeyLeavesTheOneOfTheNextGroup) {
+   inProgram(1, "TypeChanges");
+   inRemoval(4, "AllPrefixesGo");
+   inRemoval(5, "EverythingChanges");
+   inProgram(5, "GroupIsReplaced");
+   whenChanged("ForwardingVrf");
+   scene.thenAllIsAsConfigured();
+}
 
 // Several acts in calls of acts: what no list of cases thinks of.
 TEST(RekeyingReentrancyAtRandom, EndsInWhatTheConfigurationCallsFor) {

@@ -292,7 +292,8 @@ TEST(PtrDeathTest, FollowingANullPointerStopsTheProcess) {
 TEST(PtrDeathTest, AReferenceThatOutlivesItsObjectStopsTheProcess) {
    Ptr<Busy> dangling;
    auto const leak = [&](Busy* busy) { dangling = Ptr<Busy>(busy); };
-   EXPECT_DEATH(Mdl::allocate<Busy>(nullptr, leak), "Assertion failed: .*references\\(\\) == 0");
+   EXPECT_DEATH(Mdl::allocate<Busy>(nullptr, leak),
+                "Assertion failed: references\\(\\) == \\(handlerRan \\? 0u : 1u\\)");
 }
 
 }  // namespace
