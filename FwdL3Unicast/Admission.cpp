@@ -30,13 +30,10 @@ bool Admission::admits(Pkt::IntfId const& intfId, AddressRole role) const {
    if (entry == nullptr) return false;
    switch (role) {
       case AddressRole::primary:
-      case AddressRole::ip6:
-         return true;
+      case AddressRole::ip6: return true;
       case AddressRole::secondary:
-      case AddressRole::virtualIp:
-         return entry->addressType() != AddressType::primary;
-      case AddressRole::unnamed:
-         return false;
+      case AddressRole::virtualIp: return entry->addressType() != AddressType::primary;
+      case AddressRole::unnamed: return false;
    }
    return false;
 }

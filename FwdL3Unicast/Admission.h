@@ -3,8 +3,8 @@
 #include "FwdL3Unicast/AddressOrigin.h"
 #include "FwdL3Unicast/Export.h"
 #include "l3/VrfName.h"
-#include "pkt/Ip6Addr.h"
 #include "pkt/IntfId.h"
+#include "pkt/Ip6Addr.h"
 #include "tunnel/decap/DecapGroup.h"
 
 #include <cstdint>

@@ -60,9 +60,9 @@ void compareBacklogAndOwners(FwdDecapGroupSm const& stateMachine, Findings& find
    }
    for (auto const& owner : stateMachine.tunnelTypeDecapIpToVrf()) {
       if (owned.contains(owner.key)) continue;
-      findings.push_back({Kind::ownerWithoutKey,
-                          DecapKey({}, owner.key.decapIp(), owner.key.tunnelType(), 0, {},
-                                   owner.value)});
+      findings.push_back(
+          {Kind::ownerWithoutKey,
+           DecapKey({}, owner.key.decapIp(), owner.key.tunnelType(), 0, {}, owner.value)});
    }
 }
 
@@ -80,25 +80,20 @@ void compareHardware(FwdDecapGroupSm const& stateMachine, std::vector<DecapKey> 
    for (auto const& counted : stateMachine.refCount()) {
       DecapKey const& key = counted.key;
       bool const expected =
-         !stateMachine.unprogrammedKeyHas(key) && !stateMachine.refusedKey().contains(key);
+          !stateMachine.unprogrammedKeyHas(key) && !stateMachine.refusedKey().contains(key);
       if (expected && !present.contains(key)) findings.push_back({Kind::missingInHardware, key});
    }
 }
 
 char const* describe(Kind kind) noexcept {
    switch (kind) {
-      case Kind::countDiffers:
-         return "references held and counted differ";
-      case Kind::waitingUncounted:
-         return "waits, but nobody counts it";
+      case Kind::countDiffers: return "references held and counted differ";
+      case Kind::waitingUncounted: return "waits, but nobody counts it";
       case Kind::ownerWithoutKey:
          return "VRF owns a destination for which it has no key in hardware";
-      case Kind::missingInHardware:
-         return "accepted, but not in hardware";
-      case Kind::unwantedInHardware:
-         return "in hardware, but nobody counts it";
-      case Kind::waitingInHardware:
-         return "in hardware, but waits to be programmed";
+      case Kind::missingInHardware: return "accepted, but not in hardware";
+      case Kind::unwantedInHardware: return "in hardware, but nobody counts it";
+      case Kind::waitingInHardware: return "in hardware, but waits to be programmed";
    }
    return "";
 }

@@ -13,12 +13,12 @@ namespace Fwd {
 /// One difference between two of the books, or between books and hardware.
 struct FWD_EXPORT AuditFinding {
    enum class Kind : std::uint8_t {
-      countDiffers,         ///< the groups hold another number of references than is counted
-      waitingUncounted,     ///< a key waits that nobody counts
-      ownerWithoutKey,      ///< a VRF owns a destination for which it has no key in hardware
-      missingInHardware,    ///< hardware accepted the key and does not have it
-      unwantedInHardware,   ///< hardware has a key that nobody counts
-      waitingInHardware,    ///< hardware has a key that waits to be programmed
+      countDiffers,        ///< the groups hold another number of references than is counted
+      waitingUncounted,    ///< a key waits that nobody counts
+      ownerWithoutKey,     ///< a VRF owns a destination for which it has no key in hardware
+      missingInHardware,   ///< hardware accepted the key and does not have it
+      unwantedInHardware,  ///< hardware has a key that nobody counts
+      waitingInHardware,   ///< hardware has a key that waits to be programmed
    };
 
    Kind kind;

@@ -28,10 +28,11 @@ bool FwdDecapGroupSm::reviewScheduled() const noexcept {
 }
 
 void FwdDecapGroupSm::traceOwner(char const* function, DecapKey const& key) const {
-   FWD_TRACE_AS(function, 2, " mapping exists for "
-                   << TunnelTypeDecapIp(key.tunnelType(), key.dstIp()) << " to vrf "
-                   << tunnelTypeDecapIpToVrf({key.tunnelType(), key.dstIp()})
-                   << " so cannot program with new vrf " << key.forwardingVrf());
+   FWD_TRACE_AS(function, 2,
+                " mapping exists for "
+                    << TunnelTypeDecapIp(key.tunnelType(), key.dstIp()) << " to vrf "
+                    << tunnelTypeDecapIpToVrf({key.tunnelType(), key.dstIp()})
+                    << " so cannot program with new vrf " << key.forwardingVrf());
 }
 
 void FwdDecapGroupSm::raiseHwResourceFull() {

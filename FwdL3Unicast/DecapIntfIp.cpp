@@ -14,11 +14,12 @@ DecapIntfIp const& record(Mdl::Entity const& entity) {
 }
 
 constexpr Mdl::Member recordMembers[] = {
-   {257, "intfId", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(record(e).intfId()); }},
-   {DecapIntfIp::primaryIpAttributeId, "primaryIp", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(record(e).primaryIp()); }},
-   {DecapIntfIp::virtualIpAttributeId, "virtualIp", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(record(e).virtualIp()); }},
+    {257, "intfId", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(record(e).intfId()); }},
+    {DecapIntfIp::primaryIpAttributeId, "primaryIp", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(record(e).primaryIp()); }},
+    {DecapIntfIp::virtualIpAttributeId, "virtualIp", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(record(e).virtualIp()); }},
 };
 
 }  // namespace

@@ -15,9 +15,9 @@ namespace Fwd {
 
 /// The agent's way in: forwards to `FwdDecapGroupSm::FwdDecapGroupSmIs`.
 FWD_EXPORT Mdl::Ptr<FwdDecapGroupSm> fwdDecapGroupSmFactory(
-   Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
-   Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
-   Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
-   Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper);
+    Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
+    Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
+    Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
+    Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper);
 
 }  // namespace Fwd

@@ -13,12 +13,12 @@ namespace Fwd {
 namespace {
 
 constexpr Mdl::TypeModule::EntityType entities[] = {
-   FwdDecapGroupSm::type, FwdDecapGroupSmHelper::type, DecapIntfIp::type, IntfAddressType::type};
+    FwdDecapGroupSm::type, FwdDecapGroupSmHelper::type, DecapIntfIp::type, IntfAddressType::type};
 
 constexpr Mdl::ValueType values[] = {
-   Mdl::ValueType::of<DecapKey>("Fwd::DecapKey"),
-   Mdl::ValueType::of<TunnelTypeDecapIp>("Fwd::TunnelTypeDecapIp"),
-   Mdl::ValueType::of<dgRetCode>("Fwd::dgRetCode"),
+    Mdl::ValueType::of<DecapKey>("Fwd::DecapKey"),
+    Mdl::ValueType::of<TunnelTypeDecapIp>("Fwd::TunnelTypeDecapIp"),
+    Mdl::ValueType::of<dgRetCode>("Fwd::dgRetCode"),
 };
 
 constexpr char const* uses[] = {"Mdl", "Pkt", "L3", "Ip", "Ip6", "Tunnel::Decap", "Fwd"};

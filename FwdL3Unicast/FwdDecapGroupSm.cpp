@@ -14,19 +14,19 @@
 namespace Fwd {
 
 Mdl::Ptr<FwdDecapGroupSm> fwdDecapGroupSmFactory(
-   Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
-   Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
-   Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
-   Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper) {
+    Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
+    Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
+    Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
+    Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper) {
    return FwdDecapGroupSm::FwdDecapGroupSmIs(acsd, dgConfig, status, ipStatus, ip6Status, clock,
                                              decapHelper);
 }
 
 Mdl::Ptr<FwdDecapGroupSm> FwdDecapGroupSm::FwdDecapGroupSmIs(
-   Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
-   Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
-   Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
-   Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper) {
+    Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
+    Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
+    Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
+    Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper) {
    auto stateMachine = Mdl::allocate<FwdDecapGroupSm>(acsd, dgConfig, status, ipStatus, ip6Status,
                                                       clock, decapHelper);
    stateMachine->hasNotificationActiveIs(true);
@@ -146,9 +146,8 @@ void FwdDecapGroupSm::mdlDoZombieReactors(bool zombie) {
    if (isMarkedForDeletion() == zombie) return;
    // 2. One hook that throws must not keep the others from cleaning up.
    FirstException errors;
-   forEachReactor([&](auto& reactor) {
-      errors.attempt([&] { reactor.mdlDoZombieReactors(zombie); });
-   });
+   forEachReactor(
+       [&](auto& reactor) { errors.attempt([&] { reactor.mdlDoZombieReactors(zombie); }); });
    // 3.
    isMarkedForDeletionIs(zombie);
    errors.rethrow();

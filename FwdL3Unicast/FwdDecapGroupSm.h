@@ -40,13 +40,12 @@ class HardwareCall;
 /// Threads: one, the agent's event loop.
 class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
  public:
-   // The reactors on the inputs.
+   // The reactors: one on each input, one for each group, one for each interface and family.
    class MdlDgConfig;
    class MdlIpStatus;
    class MdlIp6Status;
    class MdlClock;
    class MdlVerifyData;
-   // One for each group, and one for each interface and family.
    class MdlDecapGroup;
    class MdlIpIntfStatus;
    class MdlIp6IntfStatus;
@@ -57,10 +56,10 @@ class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
    /// is missing is not watched or written, but the configuration, the clock and the hook must be
    /// there by the time of `initializedIs(true)`.
    static Mdl::Ptr<FwdDecapGroupSm> FwdDecapGroupSmIs(
-      Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
-      Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
-      Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
-      Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper);
+       Mdl::Ptr<FwdCommonSmData> const& acsd, Mdl::Ptr<Tunnel::Decap::Config const> const& dgConfig,
+       Mdl::Ptr<Tunnel::Decap::Hardware::Status> const& status,
+       Mdl::Ptr<Ip::Status const> const& ipStatus, Mdl::Ptr<Ip6::Status const> const& ip6Status,
+       Mdl::Ptr<Mdl::Clock const> const& clock, Mdl::Ptr<FwdDecapGroupSmHelper> const& decapHelper);
 
    static Mdl::Type const& type() noexcept;
    Mdl::Type const& fwkType() const noexcept override { return type(); }
@@ -137,7 +136,7 @@ class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
    void ipIntfStatusDelAll();
 
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<MdlIp6IntfStatus>> const& mdlIp6IntfStatus()
-      const noexcept {
+       const noexcept {
       return mdlIp6IntfStatus_;
    }
    Mdl::Ptr<MdlIp6IntfStatus> mdlIp6IntfStatus(Pkt::IntfId const& intfId) const;
@@ -162,8 +161,8 @@ class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
    /// One pass over the keys that wait.
    void doReview();
 
-   /// The counted keys that hardware refused for good, with its answer. Nothing depends on it: it is
-   /// there for those who compare books with hardware.
+   /// The counted keys that hardware refused for good, with its answer. Nothing depends on it: it
+   /// is there for those who compare books with hardware.
    Mdl::Collection<DecapKey, dgRetCode> const& refusedKey() const noexcept { return refusedKey_; }
 
    /// Checks that every key of every group is counted or waits, and reports the first that is not.

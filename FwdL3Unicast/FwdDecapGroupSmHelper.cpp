@@ -9,10 +9,10 @@ namespace Fwd {
 namespace {
 
 constexpr Mdl::Member helperMembers[] = {
-   {257, "name", Mdl::Member::Kind::scalar,
-    [](Mdl::Entity const& e) {
-       return Mdl::Reading::of(static_cast<FwdDecapGroupSmHelper const&>(e).name());
-    }},
+    {257, "name", Mdl::Member::Kind::scalar,
+     [](Mdl::Entity const& e) {
+        return Mdl::Reading::of(static_cast<FwdDecapGroupSmHelper const&>(e).name());
+     }},
 };
 
 }  // namespace

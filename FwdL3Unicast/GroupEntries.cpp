@@ -11,8 +11,8 @@ using Tunnel::Decap::PayloadType;
 using Tunnel::Decap::TunnelType;
 
 DecapKey FwdDecapGroupSm::MdlDecapGroup::createDecapKey(
-   Pkt::IpGenPrefix const& prefix, Pkt::IntfId const& intfId, TunnelType tunnelType,
-   std::uint16_t destPort, PayloadType payloadType, L3::VrfName const& forwardingVrf) {
+    Pkt::IpGenPrefix const& prefix, Pkt::IntfId const& intfId, TunnelType tunnelType,
+    std::uint16_t destPort, PayloadType payloadType, L3::VrfName const& forwardingVrf) {
    Pkt::IpGenPrefix destination;
    if (intfId == Pkt::emptyIntfId) {
       if (prefix.length() != 0) destination = prefix;
@@ -26,7 +26,7 @@ DecapKey FwdDecapGroupSm::MdlDecapGroup::createDecapKey(
    }
    // The source is never configured: any. An empty destination goes with the IPv6 form.
    auto const source =
-      destination.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
+       destination.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
    return DecapKey(source, destination, tunnelType, destPort, payloadType, forwardingVrf);
 }
 
@@ -52,7 +52,8 @@ void FwdDecapGroupSm::MdlDecapGroup::createDecapEntry(DecapKey const& key) {
    if (stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    // 1.
-   FWD_TRACE(2, "createDecapEntry" << " decapKey=" << key);
+   FWD_TRACE(2, "createDecapEntry"
+                    << " decapKey=" << key);
    // 2., 3.
    if (isStopped(key)) return;
    // 4. to 10.
@@ -73,8 +74,8 @@ void FwdDecapGroupSm::MdlDecapGroup::deleteDecapEntry(DecapKey const& key) {
 void FwdDecapGroupSm::MdlDecapGroup::traceWithdrawal(DecapKey const& key) const {
    if (stateMachine_ == nullptr) return;
    FWD_TRACE_AS("deleteDecapEntry", 2,
-                "deleteDecapEntry" << " decapKey=" << key
-                                   << " refCount=" << stateMachine_->refCount(key));
+                "deleteDecapEntry"
+                    << " decapKey=" << key << " refCount=" << stateMachine_->refCount(key));
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& key, AddressOrigin const& origin) {

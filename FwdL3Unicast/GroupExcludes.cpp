@@ -19,7 +19,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateExcludeIntf(DecapIntfKey const&
    if (!stateMachine || !watched) return;
    DecapIntfKey const decapIntfKey = keyArgument;
    // 1.
-   FWD_TRACE(2, "handleUpdateExcludeIntf" << " decapIntfKey: " << decapIntfKey);
+   FWD_TRACE(2, "handleUpdateExcludeIntf"
+                    << " decapIntfKey: " << decapIntfKey);
    // 2. Only an all-interfaces entry can leave interfaces out: a hard rule, on purpose.
    MDL_ASSERT_IN(decapIntfKey.intfId() == emptyIntfId, sourceFile);
    FirstException errors;
@@ -33,8 +34,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateExcludeIntf(DecapIntfKey const&
                                bool excluded) {
          for (auto const& intfId : in.excludeIntf()) {
             if (notIn.excludeIntf(intfId) || isMarkedForDeletion()) continue;
-            errors.attempt(
-               [&] { handleExcludeIntfStatusChange({intfId, decapIntfKey.family()}, excluded); });
+            errors.attempt([&] {
+               handleExcludeIntfStatusChange({intfId, decapIntfKey.family()}, excluded);
+            });
          }
       };
       changed(now, before, true);
@@ -49,8 +51,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateExcludeIntf(DecapIntfKey const&
    errors.rethrow();
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::handleExcludeIntfStatusChange(
-   DecapIntfKey const& keyArgument, bool excluded) {
+void FwdDecapGroupSm::MdlDecapGroup::handleExcludeIntfStatusChange(DecapIntfKey const& keyArgument,
+                                                                   bool excluded) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    if (!stateMachine || !group()) return;
@@ -117,8 +119,8 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp6(Pkt::IntfId const& intfId, b
       if (!group() || Admission(*group()).admits(intfId, AddressRole::ip6) == excluded) continue;
       errors.attempt([&] {
          handleIpIntfStatusChange(
-            Pkt::IpGenPrefix(addr), excluded,
-            {intfId, AddressRole::ip6, Pkt::IpGenPrefix(addr, entry.key.length())});
+             Pkt::IpGenPrefix(addr), excluded,
+             {intfId, AddressRole::ip6, Pkt::IpGenPrefix(addr, entry.key.length())});
       });
    }
 }
@@ -136,7 +138,7 @@ void FwdDecapGroupSm::MdlDecapGroup::followExcludeSets() {
 }
 
 Tunnel::Decap::DecapExcludeIntfSet FwdDecapGroupSm::MdlDecapGroup::prevDecapExcludeIntfSet(
-   DecapIntfKey const& decapIntfKey) const {
+    DecapIntfKey const& decapIntfKey) const {
    auto const* const set = prevExclude_.find(decapIntfKey);
    return set != nullptr ? *set : DecapExcludeIntfSet(decapIntfKey);
 }

@@ -55,7 +55,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntf(DecapIntfKey const& keyArg
 
 /// Brings the record of an entry in line with the configuration, and says what that means.
 FwdDecapGroupSm::MdlDecapGroup::Record FwdDecapGroupSm::MdlDecapGroup::updateRecord(
-   DecapIntfKey const& decapIntfKey) {
+    DecapIntfKey const& decapIntfKey) {
    auto const watched = group();
    auto record = intfAddressType(decapIntfKey.intfId());
    auto const* const entry = watched->decapIntf().find(decapIntfKey);
@@ -67,8 +67,8 @@ FwdDecapGroupSm::MdlDecapGroup::Record FwdDecapGroupSm::MdlDecapGroup::updateRec
       outcome = Record::changed;
    } else if (record->tunnelType() == watched->tunnelType()) {
       FWD_TRACE_AS("handleUpdateIntf", 2,
-                   "handleUpdateIntf" << decapIntfKey
-                                      << " address-type : " << entry->addressType() << " No Op");
+                   "handleUpdateIntf" << decapIntfKey << " address-type : " << entry->addressType()
+                                      << " No Op");
       return Record::upToDate;
    }
    record->addrTypeIs(entry->addressType());
@@ -107,8 +107,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfAll(DecapIntfKey const& dec
    auto const record = intfAddressType(Pkt::emptyIntfId);
    // 1.
    if (!stateMachine || !record || tunnelType() == TunnelType::unknown) return;
-   FWD_TRACE(2, "handleUpdateIntfAll" << decapIntfKey
-                                      << " address-type : " << record->addrType());
+   FWD_TRACE(2, "handleUpdateIntfAll" << decapIntfKey << " address-type : " << record->addrType());
    bool const allAddresses = update || record->addrType() != AddressType::primary;
    auto const ip = stateMachine->ipStatus();
    if (!ip) return;
@@ -120,16 +119,16 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfAll(DecapIntfKey const& dec
       if (!Admission::takesPart(entry.key, status.vrf())) continue;
       if (watched->decapIntfHas({entry.key, Pkt::familyIpv4})) continue;
       if (Admission(*watched).excludes(entry.key, Pkt::familyIpv4)) continue;
-      errors.attempt([&] {
-         updateIntfIp(decapIntfKey, entry.value, !update, allAddresses, allAddresses);
-      });
+      errors.attempt(
+          [&] { updateIntfIp(decapIntfKey, entry.value, !update, allAddresses, allAddresses); });
    }
    errors.rethrow();
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp(
-   DecapIntfKey const& decapIntfKey, Mdl::Ptr<Ip::IpIntfStatus const> const& status,
-   bool primaryIp, bool secondaryIp, bool virtualIp) {
+void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp(DecapIntfKey const& decapIntfKey,
+                                                  Mdl::Ptr<Ip::IpIntfStatus const> const& status,
+                                                  bool primaryIp, bool secondaryIp,
+                                                  bool virtualIp) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    Pkt::IntfId const& intfId = status->intfId();
    FirstException errors;
@@ -177,8 +176,8 @@ void FwdDecapGroupSm::MdlDecapGroup::updateDecapKeyFromIntf(DecapIntfKey const& 
    FWD_TRACE(5, "updateDecapKeyFromIntf" << decapIntfKey << " decapKey=" << key);
    auto const watched = group();
    bool const admitted = origin.role == AddressRole::unnamed
-                            ? watched->decapIntfHas(decapIntfKey)
-                            : Admission(*watched).admits(origin.intfId, origin.role);
+                             ? watched->decapIntfHas(decapIntfKey)
+                             : Admission(*watched).admits(origin.intfId, origin.role);
    if (admitted) {
       takeOrigin(key, origin);
    } else {
@@ -221,8 +220,8 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp6(DecapIntfKey const& decapIntf
       if (addr.isLinkLocal()) continue;
       errors.attempt([&] {
          updateDecapKeyFromIntf(
-            decapIntfKey, keyOf(Pkt::IpGenPrefix(addr)),
-            {status.intfId(), AddressRole::ip6, Pkt::IpGenPrefix(addr, entry.key.length())});
+             decapIntfKey, keyOf(Pkt::IpGenPrefix(addr)),
+             {status.intfId(), AddressRole::ip6, Pkt::IpGenPrefix(addr, entry.key.length())});
       });
    }
    errors.rethrow();
@@ -258,13 +257,13 @@ void FwdDecapGroupSm::MdlDecapGroup::forEachIntfEntry(FirstException& errors, bo
 }
 
 Mdl::Ptr<IntfAddressType> FwdDecapGroupSm::MdlDecapGroup::intfAddressType(
-   Pkt::IntfId const& intfId) const {
+    Pkt::IntfId const& intfId) const {
    auto const* const record = intfAddressType_.find(intfId);
    return record == nullptr ? nullptr : *record;
 }
 
 Mdl::Ptr<IntfAddressType> FwdDecapGroupSm::MdlDecapGroup::intfAddressTypeIs(
-   Pkt::IntfId const& intfId) {
+    Pkt::IntfId const& intfId) {
    if (auto const record = intfAddressType(intfId)) return record;
    auto const record = Mdl::allocate<IntfAddressType>(intfId);
    intfAddressType_.insertOrAssign(intfId, record);

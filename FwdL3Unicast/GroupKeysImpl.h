@@ -18,7 +18,9 @@ template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::hold(GroupKeys<Use>& keys, DecapKey const& key) {
    if (isMarkedForDeletion() || leaving_ || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   FWD_TRACE_AS("createDecapEntry", 2, "createDecapEntry" << " decapKey=" << key);
+   FWD_TRACE_AS("createDecapEntry", 2,
+                "createDecapEntry"
+                    << " decapKey=" << key);
    if (keys.isHeld(key) || isStopped(key)) return;
    // The hook has been asked whether to wait, and may have done anything.
    Use* const use = keys.find(key);

@@ -17,7 +17,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    // 1. A group without a tunnel type has no keys; setting the type produces them.
    if (!stateMachine || tunnelType() == TunnelType::unknown) return;
    // 2.
-   FWD_TRACE(2, "handleUpdateIp" << " decapIp " << prefix);
+   FWD_TRACE(2, "handleUpdateIp"
+                    << " decapIp " << prefix);
    // 3.
    DecapKey const key = keyOf(prefix);
    FirstException errors;
@@ -70,12 +71,11 @@ bool FwdDecapGroupSm::MdlDecapGroup::isConfigured(Pkt::IpGenPrefix const& prefix
 
 void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(Pkt::IpGenPrefix const& prefix,
                                                               bool deletion) {
-   handleIpIntfStatusChange(prefix, deletion,
-                            {Pkt::emptyIntfId, AddressRole::unnamed, prefix});
+   handleIpIntfStatusChange(prefix, deletion, {Pkt::emptyIntfId, AddressRole::unnamed, prefix});
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(
-   Pkt::IpGenPrefix const& prefixArgument, bool deletion, AddressOrigin const& originArgument) {
+    Pkt::IpGenPrefix const& prefixArgument, bool deletion, AddressOrigin const& originArgument) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    // A group that has been put to rest has withdrawn everything already.
@@ -89,7 +89,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(
    // 3.
    if (tunnelType() == TunnelType::unknown) return;
    // 4.
-   FWD_TRACE(2, "handleIpIntfStatusChange" << " decapIp " << prefix << " Deletion " << deletion);
+   FWD_TRACE(2, "handleIpIntfStatusChange"
+                    << " decapIp " << prefix << " Deletion " << deletion);
    // 5.
    DecapKey const key = keyOf(prefix);
    if (deletion) {

@@ -9,7 +9,7 @@ namespace Fwd {
 using Tunnel::Decap::DecapGroup;
 
 Mdl::Ptr<FwdDecapGroupSm::MdlDecapGroup> FwdDecapGroupSm::mdlDecapGroup(
-   Mdl::String const& name) const {
+    Mdl::String const& name) const {
    auto const* const reactor = mdlDecapGroup_.find(name);
    return reactor == nullptr ? nullptr : *reactor;
 }

@@ -14,7 +14,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    auto const watched = group();
    if (!stateMachine || !watched) return;
    // 1.
-   FWD_TRACE(2, "handleUpdateType" << " notifier tunnel type " << watched->tunnelType());
+   FWD_TRACE(2, "handleUpdateType"
+                    << " notifier tunnel type " << watched->tunnelType());
    // 2., 3. The keys go as a whole, and with them the record of what they were derived from:
    //        otherwise the entries would pass for applied when the type comes back.
    FirstException errors;
@@ -42,9 +43,11 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateDestPort() {
    auto const watched = group();
    if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
-   FWD_TRACE(2, "handleUpdateDestPort" << " notifier dest Port " << watched->destPort());
+   FWD_TRACE(2, "handleUpdateDestPort"
+                    << " notifier dest Port " << watched->destPort());
    if (watched->tunnelType() == TunnelType::unknown) {
-      FWD_TRACE(2, "handleUpdateDestPort" << " notifier tunnelType unknown ");
+      FWD_TRACE(2, "handleUpdateDestPort"
+                       << " notifier tunnelType unknown ");
       return;
    }
    rekeyAll([this](DecapKey const& key) {
@@ -56,7 +59,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateDestPort() {
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdatePayloadType() {
    auto const watched = group();
    if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
-   FWD_TRACE(2, "handleUpdatePayloadType" << " notifier payload " << watched->payloadType());
+   FWD_TRACE(2, "handleUpdatePayloadType"
+                    << " notifier payload " << watched->payloadType());
    if (watched->tunnelType() == TunnelType::unknown) return;
    rekeyAll([this](DecapKey const& key) {
       return createDecapKey(key.dstIp(), Pkt::emptyIntfId, key.tunnelType(), key.destPort(),
@@ -67,7 +71,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdatePayloadType() {
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateForwardingVrf() {
    auto const watched = group();
    if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
-   FWD_TRACE(2, "handleUpdateForwardingVrf" << " notifier vrf name " << watched->forwardingVrf());
+   FWD_TRACE(2, "handleUpdateForwardingVrf"
+                    << " notifier vrf name " << watched->forwardingVrf());
    if (watched->tunnelType() == TunnelType::unknown) return;
    rekeyAll([this](DecapKey const& key) {
       return createDecapKey(key.dstIp(), Pkt::emptyIntfId, key.tunnelType(), key.destPort(),
@@ -138,7 +143,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleDelete() {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    auto const watched = group();
    // 1.
-   FWD_TRACE(2, "handleDelete" << "Decap Group: " << name_);
+   FWD_TRACE(2, "handleDelete"
+                    << "Decap Group: " << name_);
    if (!stateMachine) return;
    // 2. Such a group has no keys, unless it was not listening when its type went. One whose
    //    entity is gone is withdrawn by what it holds.

@@ -14,15 +14,12 @@ enum class Outcome : std::uint8_t { inHardware, retryLater, givenUp };
 Outcome outcomeOf(dgRetCode answer) noexcept {
    switch (answer) {
       case dgRcSuccess:
-      case dgRcAlreadyExists:
-         return Outcome::inHardware;
+      case dgRcAlreadyExists: return Outcome::inHardware;
       case dgRcNotReady:
       case dgRcHwFull:
-      case dgRcPending:
-         return Outcome::retryLater;
+      case dgRcPending: return Outcome::retryLater;
       case dgRcUnSupported:
-      case dgRcMax:
-         return Outcome::givenUp;
+      case dgRcMax: return Outcome::givenUp;
    }
    return Outcome::givenUp;
 }
@@ -95,7 +92,7 @@ bool HardwareCall::isCounted() const { return stateMachine_.refCountHas(key_); }
 
 bool HardwareCall::ownerIsAnother() const {
    auto const* const owner =
-      stateMachine_.tunnelTypeDecapIpToVrf().find({key_.tunnelType(), key_.dstIp()});
+       stateMachine_.tunnelTypeDecapIpToVrf().find({key_.tunnelType(), key_.dstIp()});
    return owner != nullptr && *owner != key_.forwardingVrf();
 }
 
@@ -116,12 +113,8 @@ void HardwareCall::settle(dgRetCode answer) {
       return;
    }
    switch (outcomeOf(answer)) {
-      case Outcome::inHardware:
-         recordSuccess();
-         return;
-      case Outcome::retryLater:
-         recordRefusal(answer);
-         return;
+      case Outcome::inHardware: recordSuccess(); return;
+      case Outcome::retryLater: recordRefusal(answer); return;
       case Outcome::givenUp:
          // Neither recorded as owner nor tried again, and still counted: deliberate. Its last
          // release asks hardware to remove it all the same.

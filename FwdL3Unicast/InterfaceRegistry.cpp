@@ -65,13 +65,12 @@ auto reactorOf(Registry const& registry, Pkt::IntfId const& intfId) {
 }  // namespace
 
 Mdl::Ptr<FwdDecapGroupSm::MdlIpIntfStatus> FwdDecapGroupSm::ipIntfStatusIs(
-   Mdl::Ptr<Ip::IpIntfStatus const> const& status) {
+    Mdl::Ptr<Ip::IpIntfStatus const> const& status) {
    if (!status) throw Mdl::NullArgumentException(typeName, "mdlIpIntfStatus");
    Mdl::Ptr<FwdDecapGroupSm> const self(this);
    Mdl::Ptr<Ip::IpIntfStatus const> const pinned = status;
-   return reactorIs<MdlIpIntfStatus>(*this, mdlIpIntfStatus_, pinned, [&] {
-      notify(memberId::mdlIpIntfStatus, &pinned->intfId());
-   });
+   return reactorIs<MdlIpIntfStatus>(*this, mdlIpIntfStatus_, pinned,
+                                     [&] { notify(memberId::mdlIpIntfStatus, &pinned->intfId()); });
 }
 
 void FwdDecapGroupSm::ipIntfStatusDel(Pkt::IntfId const& intfId) {
@@ -88,7 +87,7 @@ void FwdDecapGroupSm::ipIntfStatusDelAll() {
 }
 
 Mdl::Ptr<FwdDecapGroupSm::MdlIpIntfStatus> FwdDecapGroupSm::mdlIpIntfStatus(
-   Pkt::IntfId const& intfId) const {
+    Pkt::IntfId const& intfId) const {
    return reactorOf(mdlIpIntfStatus_, intfId);
 }
 
@@ -102,7 +101,7 @@ Mdl::Ptr<Ip::IpIntfStatus const> FwdDecapGroupSm::ipIntfStatus(Pkt::IntfId const
 }
 
 Mdl::Ptr<FwdDecapGroupSm::MdlIp6IntfStatus> FwdDecapGroupSm::ip6IntfStatusIs(
-   Mdl::Ptr<Ip6::IntfStatus const> const& status) {
+    Mdl::Ptr<Ip6::IntfStatus const> const& status) {
    if (!status) throw Mdl::NullArgumentException(typeName, "mdlIp6IntfStatus");
    Mdl::Ptr<FwdDecapGroupSm> const self(this);
    Mdl::Ptr<Ip6::IntfStatus const> const pinned = status;
@@ -125,7 +124,7 @@ void FwdDecapGroupSm::ip6IntfStatusDelAll() {
 }
 
 Mdl::Ptr<FwdDecapGroupSm::MdlIp6IntfStatus> FwdDecapGroupSm::mdlIp6IntfStatus(
-   Pkt::IntfId const& intfId) const {
+    Pkt::IntfId const& intfId) const {
    return reactorOf(mdlIp6IntfStatus_, intfId);
 }
 

@@ -14,11 +14,12 @@ IntfAddressType const& record(Mdl::Entity const& entity) {
 }
 
 constexpr Mdl::Member recordMembers[] = {
-   {257, "intfId", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(record(e).intfId()); }},
-   {IntfAddressType::addrTypeAttributeId, "addrType", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(record(e).addrType()); }},
-   {IntfAddressType::tunnelTypeAttributeId, "tunnelType", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(record(e).tunnelType()); }},
+    {257, "intfId", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(record(e).intfId()); }},
+    {IntfAddressType::addrTypeAttributeId, "addrType", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(record(e).addrType()); }},
+    {IntfAddressType::tunnelTypeAttributeId, "tunnelType", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(record(e).tunnelType()); }},
 };
 
 }  // namespace

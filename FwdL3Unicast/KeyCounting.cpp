@@ -22,8 +22,9 @@ std::uint32_t FwdDecapGroupSm::changeRefCount(DecapKey const& key, bool inc) {
    std::uint32_t* const stored = refCount_.find(key);
    std::uint32_t const references = stored == nullptr ? 0 : *stored;
    FWD_TRACE_AS("updateRefCount", 2,
-                "updateRefCount" << " key " << key << " refCount " << references
-                                 << (inc ? " inc by 1" : " dec by 1"));
+                "updateRefCount"
+                    << " key " << key << " refCount " << references
+                    << (inc ? " inc by 1" : " dec by 1"));
    if (inc) {
       if (stored == nullptr) {
          refCount_.insertOrAssign(key, 1);

@@ -69,18 +69,10 @@ void FwdDecapGroupSm::MdlDecapGroup::onAttribute(Mdl::AttributeId attribute, voi
       case DecapGroup::decapExcludeIntfSetAttributeId:
          if (following_) handleUpdateExcludeIntf(*static_cast<DecapIntfKey const*>(key));
          return;
-      case DecapGroup::tunnelTypeAttributeId:
-         handleUpdateType();
-         return;
-      case DecapGroup::destPortAttributeId:
-         handleUpdateDestPort();
-         return;
-      case DecapGroup::payloadTypeAttributeId:
-         handleUpdatePayloadType();
-         return;
-      case DecapGroup::forwardingVrfAttributeId:
-         handleUpdateForwardingVrf();
-         return;
+      case DecapGroup::tunnelTypeAttributeId: handleUpdateType(); return;
+      case DecapGroup::destPortAttributeId: handleUpdateDestPort(); return;
+      case DecapGroup::payloadTypeAttributeId: handleUpdatePayloadType(); return;
+      case DecapGroup::forwardingVrfAttributeId: handleUpdateForwardingVrf(); return;
       default:  // an attribute that decides nothing here
          return;
    }

@@ -9,8 +9,7 @@ namespace Fwd {
 /// Owner: the state machine; the way back is cleared when the reactor leaves it.
 class FWD_EXPORT FwdDecapGroupSm::MdlDgConfig final : public Mdl::PtrInterface::NotifieeConst {
  public:
-   MdlDgConfig(Mdl::Ptr<Tunnel::Decap::Config const> const& config,
-               FwdDecapGroupSm* stateMachine);
+   MdlDgConfig(Mdl::Ptr<Tunnel::Decap::Config const> const& config, FwdDecapGroupSm* stateMachine);
 
    Mdl::Ptr<Tunnel::Decap::Config const> config() const noexcept;
 

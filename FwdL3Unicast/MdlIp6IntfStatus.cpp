@@ -1,7 +1,7 @@
 #include "FwdL3Unicast/MdlIp6IntfStatus.h"
 
-#include "FwdL3Unicast/Admission.h"
 #include "FwdL3Unicast/AddressOrigin.h"
+#include "FwdL3Unicast/Admission.h"
 #include "FwdL3Unicast/Messages.h"
 #include "FwdL3Unicast/UsingGroups.h"
 
@@ -18,8 +18,8 @@ AddressOrigin originOf(Pkt::IntfId const& intfId, Pkt::Ip6AddrWithMask const& ad
 
 }  // namespace
 
-FwdDecapGroupSm::MdlIp6IntfStatus::MdlIp6IntfStatus(
-   Mdl::Ptr<Ip6::IntfStatus const> const& status, FwdDecapGroupSm* stateMachine)
+FwdDecapGroupSm::MdlIp6IntfStatus::MdlIp6IntfStatus(Mdl::Ptr<Ip6::IntfStatus const> const& status,
+                                                    FwdDecapGroupSm* stateMachine)
     : NotifieeConst(status), stateMachine_(stateMachine), intfId_(status->intfId()) {
    isRegisteredNotifieeIs(true);
 }
@@ -65,7 +65,8 @@ void Reactor::handleAddr6WithMask(Pkt::Ip6AddrWithMask const& addrArgument) {
    // 1.
    if (!stateMachine || !watched || !stateMachine->initializedAndReady()) return;
    // 2.
-   FWD_TRACE(2, "handleAddr6WithMask" << "intfId: " << intfId_ << "ip6: " << addr.addr());
+   FWD_TRACE(2, "handleAddr6WithMask"
+                    << "intfId: " << intfId_ << "ip6: " << addr.addr());
    // 3.
    if (addr.addr().isLinkLocal()) return;
    // 4.
@@ -90,7 +91,8 @@ void Reactor::doIntfCleanup() {
       return;
    }
    // 3.
-   FWD_TRACE(2, "doIntfCleanup" << "intfId: " << intfId_);
+   FWD_TRACE(2, "doIntfCleanup"
+                    << "intfId: " << intfId_);
    // 4. An interface that has left the default VRF unnoticed still has to give back what it gave.
    if (!Admission::isFrontPanel(intfId_)) return;
    // 5. The reactor's own status tells the addresses; the interface is no longer listed by now.
@@ -121,9 +123,8 @@ void Reactor::withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* ne
          Pkt::IpGenPrefix const prefix(entry.key.addr());
          if (entry.key.addr().isLinkLocal() || (stays && next->addrHas(entry.key))) continue;
          if (!reactor.hasKeyOf(prefix)) continue;
-         each.attempt([&] {
-            reactor.handleIpIntfStatusChange(prefix, true, originOf(intfId_, entry.key));
-         });
+         each.attempt(
+             [&] { reactor.handleIpIntfStatusChange(prefix, true, originOf(intfId_, entry.key)); });
       }
       each.rethrow();
    });

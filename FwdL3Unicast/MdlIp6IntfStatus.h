@@ -9,8 +9,7 @@ namespace Fwd {
 ///
 /// Owner: the state machine's registry; the way back is cleared when the reactor leaves it. It
 ///   keeps no addresses: what is held for them is known to the groups.
-class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final
-    : public Mdl::PtrInterface::NotifieeConst {
+class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterface::NotifieeConst {
  public:
    /// `status` is not null.
    MdlIp6IntfStatus(Mdl::Ptr<Ip6::IntfStatus const> const& status, FwdDecapGroupSm* stateMachine);

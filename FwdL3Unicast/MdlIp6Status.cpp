@@ -5,7 +5,7 @@
 namespace Fwd {
 
 FwdDecapGroupSm::MdlIp6Status::MdlIp6Status(Mdl::Ptr<Ip6::Status const> const& status,
-                                          FwdDecapGroupSm* stateMachine)
+                                            FwdDecapGroupSm* stateMachine)
     : NotifieeConst(status), stateMachine_(stateMachine) {
    isRegisteredNotifieeIs(true);
 }

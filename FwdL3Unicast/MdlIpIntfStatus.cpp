@@ -9,8 +9,8 @@ namespace Fwd {
 using Tunnel::Decap::DecapGroup;
 using Reactor = FwdDecapGroupSm::MdlIpIntfStatus;
 
-FwdDecapGroupSm::MdlIpIntfStatus::MdlIpIntfStatus(
-   Mdl::Ptr<Ip::IpIntfStatus const> const& status, FwdDecapGroupSm* stateMachine)
+FwdDecapGroupSm::MdlIpIntfStatus::MdlIpIntfStatus(Mdl::Ptr<Ip::IpIntfStatus const> const& status,
+                                                  FwdDecapGroupSm* stateMachine)
     : NotifieeConst(status), stateMachine_(stateMachine), intfId_(status->intfId()) {
    isRegisteredNotifieeIs(true);
 }
@@ -100,7 +100,8 @@ void Reactor::handlePrimaryAddrWithMask() {
    auto const watched = status();
    // 1.
    if (!gate()) return;
-   FWD_TRACE(2, "handlePrimaryAddrWithMask" << " intf " << watched->intfId());
+   FWD_TRACE(2, "handlePrimaryAddrWithMask"
+                    << " intf " << watched->intfId());
    // 2.
    auto const record = stateMachine->decapIntfIpIs(watched->intfId());
    Pkt::IpAddr const oldAddr = record->primaryIp();
@@ -124,7 +125,8 @@ void Reactor::handleVirtualAddrWithMask() {
    auto const watched = status();
    // 1.
    if (!gate()) return;
-   FWD_TRACE(2, "handleVirtualAddrWithMask" << " virtualIp: " << watched->virtualIp());
+   FWD_TRACE(2, "handleVirtualAddrWithMask"
+                    << " virtualIp: " << watched->virtualIp());
    // 2.
    auto const record = stateMachine->decapIntfIpIs(watched->intfId());
    Pkt::IpAddr const oldAddr = record->virtualIp();
@@ -147,18 +149,20 @@ void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstExcepti
       FirstException both;
       if (!oldAddr.isZero()) {
          Pkt::IpGenPrefix const prefix(oldAddr);
-         both.attempt(
-            [&] { reactor.handleIpIntfStatusChange(prefix, true, {intfId, role, prefix}); });
+         both.attempt([&] {
+            reactor.handleIpIntfStatusChange(prefix, true, {intfId, role, prefix});
+         });
       }
       // What it is by now: a hook may have changed it since the walk began.
       Pkt::IpAddr const addr =
-         role == AddressRole::primary ? watched->addrWithMask().addr() : watched->virtualIp();
+          role == AddressRole::primary ? watched->addrWithMask().addr() : watched->virtualIp();
       auto const groupNow = reactor.group();
       bool const current = !isMarkedForDeletion() && status() == watched && groupNow;
       if (!addr.isZero() && current && Admission(*groupNow).admits(intfId, role)) {
          Pkt::IpGenPrefix const prefix(addr);
-         both.attempt(
-            [&] { reactor.handleIpIntfStatusChange(prefix, false, {intfId, role, prefix}); });
+         both.attempt([&] {
+            reactor.handleIpIntfStatusChange(prefix, false, {intfId, role, prefix});
+         });
       }
       both.rethrow();
    });
@@ -171,7 +175,8 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
    Pkt::IpAddrWithMask const addr = addrArgument;
    // 1.
    if (!gate()) return;
-   FWD_TRACE(2, "handleSecondaryAddrWithMask" << " secondaryIp: " << addr);
+   FWD_TRACE(2, "handleSecondaryAddrWithMask"
+                    << " secondaryIp: " << addr);
    Pkt::IntfId const& intfId = watched->intfId();
    Pkt::IpGenPrefix const prefix(addr.addr());
    AddressOrigin const origin{intfId, AddressRole::secondary,
@@ -203,7 +208,9 @@ void Reactor::doIntfCleanup() {
    // 2. The VRF closes the gate for the trace only: an interface that has left the default VRF
    //    unnoticed still has to give back what it gave.
    if (!isReady() || !Admission::isFrontPanel(watched->intfId())) return;
-   if (gate()) FWD_TRACE(2, "doIntfCleanup" << " intf " << watched->intfId());
+   if (gate())
+      FWD_TRACE(2, "doIntfCleanup"
+                       << " intf " << watched->intfId());
    // 3.
    FirstException errors;
    withdrawLost(*watched, nullptr, errors);

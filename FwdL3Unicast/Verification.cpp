@@ -45,15 +45,15 @@ void FwdDecapGroupSm::handleVerify() {
       if (!reactor || reactor->isMarkedForDeletion() || reactor->isLeaving()) continue;
       for (auto const& entry : reactor->decapKeyFromIntf().walk()) {
          if (!entry.value.listed || keyIsKnown(entry.key)) continue;
-         reportUnknownKey(
-            unknownKeyText(entry.key, "refCount or unprogrammedKey collections"), __LINE__);
+         reportUnknownKey(unknownKeyText(entry.key, "refCount or unprogrammedKey collections"),
+                          __LINE__);
          return;
       }
       for (auto const& entry : reactor->decapKeyFromIp().walk()) {
          if (!entry.value.listed || keyIsKnown(entry.key)) continue;
          // The leading blank, which makes two of them, tells the two reports apart on purpose.
-         reportUnknownKey(
-            unknownKeyText(entry.key, " refCount or unprogrammedKey collections"), __LINE__);
+         reportUnknownKey(unknownKeyText(entry.key, " refCount or unprogrammedKey collections"),
+                          __LINE__);
          return;
       }
    }

@@ -7,10 +7,10 @@ namespace Fwd {
 namespace {
 
 constexpr Mdl::Member dataMembers[] = {
-   {FwdCommonSmData::verifyDataAttributeId, "verifyData", Mdl::Member::Kind::scalar,
-    [](Mdl::Entity const& e) {
-       return Mdl::Reading::of(static_cast<FwdCommonSmData const&>(e).verifyData());
-    }},
+    {FwdCommonSmData::verifyDataAttributeId, "verifyData", Mdl::Member::Kind::scalar,
+     [](Mdl::Entity const& e) {
+        return Mdl::Reading::of(static_cast<FwdCommonSmData const&>(e).verifyData());
+     }},
 };
 
 }  // namespace

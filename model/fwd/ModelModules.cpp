@@ -23,12 +23,12 @@ constexpr EntityType frameworkEntities[] = {Mdl::Clock::type};
 TypeModule const framework("Mdl", frameworkEntities, {}, {});
 
 constexpr ValueType networkValues[] = {
-   ValueType::of<Pkt::IntfId>("Pkt::IntfId"),
-   ValueType::of<Pkt::IpAddr>("Pkt::IpAddr"),
-   ValueType::of<Pkt::Ip6Addr>("Pkt::Ip6Addr"),
-   ValueType::of<Pkt::IpGenPrefix>("Pkt::IpGenPrefix"),
-   ValueType::of<Pkt::IpAddrWithMask>("Pkt::IpAddrWithMask"),
-   ValueType::of<Pkt::Ip6AddrWithMask>("Pkt::Ip6AddrWithMask"),
+    ValueType::of<Pkt::IntfId>("Pkt::IntfId"),
+    ValueType::of<Pkt::IpAddr>("Pkt::IpAddr"),
+    ValueType::of<Pkt::Ip6Addr>("Pkt::Ip6Addr"),
+    ValueType::of<Pkt::IpGenPrefix>("Pkt::IpGenPrefix"),
+    ValueType::of<Pkt::IpAddrWithMask>("Pkt::IpAddrWithMask"),
+    ValueType::of<Pkt::Ip6AddrWithMask>("Pkt::Ip6AddrWithMask"),
 };
 constexpr char const* networkUses[] = {"Mdl"};
 TypeModule const network("Pkt", {}, networkValues, networkUses);
@@ -47,12 +47,12 @@ constexpr EntityType decapEntities[] = {Tunnel::Decap::Config::type,
                                         Tunnel::Decap::DecapGroup::type,
                                         Tunnel::Decap::Hardware::Status::type};
 constexpr ValueType decapValues[] = {
-   ValueType::of<Tunnel::Decap::TunnelType>("Tunnel::Decap::TunnelType"),
-   ValueType::of<Tunnel::Decap::PayloadType>("Tunnel::Decap::PayloadType"),
-   ValueType::of<Tunnel::Decap::AddressType>("Tunnel::Decap::AddressType"),
-   ValueType::of<Tunnel::Decap::DecapIntfKey>("Tunnel::Decap::DecapIntfKey"),
-   ValueType::of<Tunnel::Decap::DecapIntf>("Tunnel::Decap::DecapIntf"),
-   ValueType::of<Tunnel::Decap::DecapExcludeIntfSet>("Tunnel::Decap::DecapExcludeIntfSet"),
+    ValueType::of<Tunnel::Decap::TunnelType>("Tunnel::Decap::TunnelType"),
+    ValueType::of<Tunnel::Decap::PayloadType>("Tunnel::Decap::PayloadType"),
+    ValueType::of<Tunnel::Decap::AddressType>("Tunnel::Decap::AddressType"),
+    ValueType::of<Tunnel::Decap::DecapIntfKey>("Tunnel::Decap::DecapIntfKey"),
+    ValueType::of<Tunnel::Decap::DecapIntf>("Tunnel::Decap::DecapIntf"),
+    ValueType::of<Tunnel::Decap::DecapExcludeIntfSet>("Tunnel::Decap::DecapExcludeIntfSet"),
 };
 TypeModule const decap("Tunnel::Decap", decapEntities, decapValues, statusUses);
 

@@ -5,10 +5,10 @@ namespace Fwd {
 namespace {
 
 constexpr Mdl::Member verifyMembers[] = {
-   {VerifyData::requestVerifyAttributeId, "requestVerify", Mdl::Member::Kind::scalar,
-    [](Mdl::Entity const& e) {
-       return Mdl::Reading::of(static_cast<VerifyData const&>(e).requestVerify());
-    }},
+    {VerifyData::requestVerifyAttributeId, "requestVerify", Mdl::Member::Kind::scalar,
+     [](Mdl::Entity const& e) {
+        return Mdl::Reading::of(static_cast<VerifyData const&>(e).requestVerify());
+     }},
 };
 
 }  // namespace
@@ -21,8 +21,7 @@ void VerifyData::doRequestVerify() {
    notify(requestVerifyAttributeId);
 }
 
-void VerifyData::updateCliVerifyOutput(Mdl::String const& function,
-                                       Mdl::String const& text) const {
+void VerifyData::updateCliVerifyOutput(Mdl::String const& function, Mdl::String const& text) const {
    cliOutput_.push_back({function, text});
 }
 

@@ -15,14 +15,17 @@ IpIntfStatus const& status(Mdl::Entity const& entity) {
 }
 
 constexpr Member intfMembers[] = {
-   {257, "intfId", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(status(e).intfId()); }},
-   {258, "vrf", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(status(e).vrf()); }},
-   {IpIntfStatus::addrWithMaskAttributeId, "addrWithMask", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(status(e).addrWithMask()); }},
-   {IpIntfStatus::activeSecondaryWithMaskAttributeId, "activeSecondaryWithMask", Kind::collection,
-    [](Mdl::Entity const& e) { return Reading::ofCollection(status(e).activeSecondaryWithMask()); }},
-   {IpIntfStatus::virtualAddrAttributeId, "virtualAddr", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(status(e).virtualAddr()); }},
+    {257, "intfId", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(status(e).intfId()); }},
+    {258, "vrf", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(status(e).vrf()); }},
+    {IpIntfStatus::addrWithMaskAttributeId, "addrWithMask", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(status(e).addrWithMask()); }},
+    {IpIntfStatus::activeSecondaryWithMaskAttributeId, "activeSecondaryWithMask", Kind::collection,
+     [](Mdl::Entity const& e) {
+        return Reading::ofCollection(status(e).activeSecondaryWithMask());
+     }},
+    {IpIntfStatus::virtualAddrAttributeId, "virtualAddr", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(status(e).virtualAddr()); }},
 };
 
 }  // namespace

@@ -5,10 +5,10 @@ namespace Ip {
 namespace {
 
 constexpr Mdl::Member statusMembers[] = {
-   {Status::ipIntfStatusAttributeId, "ipIntfStatus", Mdl::Member::Kind::collection,
-    [](Mdl::Entity const& e) {
-       return Mdl::Reading::ofCollection(static_cast<Status const&>(e).ipIntfStatus());
-    }},
+    {Status::ipIntfStatusAttributeId, "ipIntfStatus", Mdl::Member::Kind::collection,
+     [](Mdl::Entity const& e) {
+        return Mdl::Reading::ofCollection(static_cast<Status const&>(e).ipIntfStatus());
+     }},
 };
 
 }  // namespace

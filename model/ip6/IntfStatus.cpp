@@ -23,9 +23,10 @@ Reading readAddresses(Mdl::Entity const& entity) {
 }
 
 constexpr Member intfMembers[] = {
-   {257, "intfId", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(status(e).intfId()); }},
-   {258, "vrf", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(status(e).vrf()); }},
-   {IntfStatus::addrAttributeId, "addr", Kind::collection, readAddresses},
+    {257, "intfId", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(status(e).intfId()); }},
+    {258, "vrf", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(status(e).vrf()); }},
+    {IntfStatus::addrAttributeId, "addr", Kind::collection, readAddresses},
 };
 
 }  // namespace

@@ -4,8 +4,8 @@
 #include "l3/VrfName.h"
 #include "mdl/Attribute.h"
 #include "mdl/Reflection.h"
-#include "pkt/Ip6AddrWithMask.h"
 #include "pkt/IntfId.h"
+#include "pkt/Ip6AddrWithMask.h"
 
 namespace Ip6 {
 

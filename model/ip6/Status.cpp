@@ -5,10 +5,10 @@ namespace Ip6 {
 namespace {
 
 constexpr Mdl::Member statusMembers[] = {
-   {Status::intfAttributeId, "intf", Mdl::Member::Kind::collection,
-    [](Mdl::Entity const& e) {
-       return Mdl::Reading::ofCollection(static_cast<Status const&>(e).intf());
-    }},
+    {Status::intfAttributeId, "intf", Mdl::Member::Kind::collection,
+     [](Mdl::Entity const& e) {
+        return Mdl::Reading::ofCollection(static_cast<Status const&>(e).intf());
+     }},
 };
 
 }  // namespace

@@ -18,7 +18,7 @@ namespace Mdl {
 /// Small values are returned by value, the others by reference to the stored one.
 template <class T>
 using AttributeResult =
-   std::conditional_t<std::is_trivially_copyable_v<T> && sizeof(T) <= 16, T, T const&>;
+    std::conditional_t<std::is_trivially_copyable_v<T> && sizeof(T) <= 16, T, T const&>;
 
 }  // namespace Mdl
 
@@ -51,29 +51,29 @@ using AttributeResult =
    ::Mdl::Collection<K, V> name##_
 
 /// A map: also `nameIs(key, value)`.
-#define MDL_MAP(K, V, name, id)                                                 \
- public:                                                                        \
+#define MDL_MAP(K, V, name, id)                                                          \
+ public:                                                                                 \
    void name##Is(K const& key, V value) { entryIs(name##_, key, std::move(value), id); } \
    MDL_COLLECTION_BASE(K, V, name, id)
 
 /// A set: also `nameIs(key)`; the stored value is always true.
-#define MDL_SET(K, name, id)                                                    \
- public:                                                                        \
-   void name##Is(K const& key) { entryIs(name##_, key, true, id); }             \
+#define MDL_SET(K, name, id)                                        \
+ public:                                                            \
+   void name##Is(K const& key) { entryIs(name##_, key, true, id); } \
    MDL_COLLECTION_BASE(K, bool, name, id)
 
 /// Values that carry their own key, `keyOf()`: also `nameIs(value)`.
-#define MDL_KEYED_VALUES(K, V, keyOf, name, id)                                 \
- public:                                                                        \
+#define MDL_KEYED_VALUES(K, V, keyOf, name, id)                                  \
+ public:                                                                         \
    void name##Is(V const& value) { entryIs(name##_, value.keyOf(), value, id); } \
    MDL_COLLECTION_BASE(K, V, name, id)
 
 /// Entities that carry their own key, `keyOf()`: also `nameIs(pointer)`, which raises
 /// NullArgumentException for null and then changes nothing.
-#define MDL_KEYED_ENTITIES(K, E, keyOf, name, id)                               \
- public:                                                                        \
-   void name##Is(::Mdl::Ptr<E> const& entity) {                                 \
-      if (!entity) throw ::Mdl::NullArgumentException(typeName, #name);         \
-      entryIs(name##_, entity->keyOf(), entity, id);                            \
-   }                                                                            \
+#define MDL_KEYED_ENTITIES(K, E, keyOf, name, id)                       \
+ public:                                                                \
+   void name##Is(::Mdl::Ptr<E> const& entity) {                         \
+      if (!entity) throw ::Mdl::NullArgumentException(typeName, #name); \
+      entryIs(name##_, entity->keyOf(), entity, id);                    \
+   }                                                                    \
    MDL_COLLECTION_BASE(K, ::Mdl::Ptr<E>, name, id)

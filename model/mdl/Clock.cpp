@@ -7,8 +7,8 @@ namespace Mdl {
 namespace {
 
 constexpr Member clockMembers[] = {
-   {Clock::timeAttributeId, "time", Member::Kind::scalar,
-    [](Entity const& clock) { return Reading::of(static_cast<Clock const&>(clock).time()); }},
+    {Clock::timeAttributeId, "time", Member::Kind::scalar,
+     [](Entity const& clock) { return Reading::of(static_cast<Clock const&>(clock).time()); }},
 };
 
 }  // namespace

@@ -24,8 +24,7 @@ LogHandle::LogHandle(char const* name, unsigned severity, char const* format,
                      double rate, unsigned firstCount, unsigned secondCount) noexcept
     : name_(name), severity_(severity), format_(format), explanation_(explanation),
       recommendedAction_(recommendedAction), interval_(interval), rate_(rate),
-      firstCount_(firstCount), secondCount_(secondCount),
-      next_(std::exchange(firstHandle, this)) {}
+      firstCount_(firstCount), secondCount_(secondCount), next_(std::exchange(firstHandle, this)) {}
 
 LogHandle::~LogHandle() {
    for (LogHandle** at = &firstHandle; *at != nullptr; at = &(*at)->next_) {

@@ -30,13 +30,11 @@ class Ptr {
    Ptr(Ptr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
 
    template <class U>
-      requires std::is_convertible_v<U*, T*>
-   Ptr(Ptr<U> const& other) noexcept : object_(other.get()) {
-      add();
-   }
+   requires std::is_convertible_v<U*, T*> Ptr(Ptr<U> const& other)
+   noexcept : object_(other.get()) { add(); }
    template <class U>
-      requires std::is_convertible_v<U*, T*>
-   Ptr(Ptr<U>&& other) noexcept : object_(other.detach()) {}
+   requires std::is_convertible_v<U*, T*> Ptr(Ptr<U>&& other)
+   noexcept : object_(other.detach()) {}
 
    ~Ptr() { release(); }
 

@@ -46,7 +46,8 @@ class MDL_EXPORT PtrInterface {
 
    void releaseReference() const noexcept {
       std::uint64_t const left = word_.sub();
-      if ((left & countMask) == 0) [[unlikely]] lastReferenceGone(left);
+      if ((left & countMask) == 0) [[unlikely]]
+         lastReferenceGone(left);
    }
 
  protected:

@@ -35,7 +35,7 @@ Member const* Type::member(AttributeId id) const noexcept {
 
 Member const* Type::member(std::string_view name) const noexcept {
    auto const found = std::ranges::find_if(
-      members_, [name](Member const& candidate) { return name == candidate.name; });
+       members_, [name](Member const& candidate) { return name == candidate.name; });
    return found == members_.end() ? nullptr : &*found;
 }
 

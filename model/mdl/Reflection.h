@@ -21,7 +21,8 @@ namespace Mdl {
 /// collection's order.
 struct MDL_EXPORT Reading {
    /// Plain values as they are, entities as pointers, every other value as its text representation.
-   using Value = std::variant<std::monostate, bool, std::uint64_t, double, String, Ptr<Entity const>>;
+   using Value =
+       std::variant<std::monostate, bool, std::uint64_t, double, String, Ptr<Entity const>>;
    using Entries = std::vector<std::pair<Value, Value>>;
 
    Value value;

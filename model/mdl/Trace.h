@@ -107,15 +107,15 @@ class MDL_EXPORT TraceBuilder {
 
 /// Traces `pieces` (`a << b << c`) at `level`, in the name of `function`. While the level is off
 /// this costs one bit test and nothing of `pieces` is evaluated.
-#define MDL_TRACE_AS(handle, level, function, pieces)                              \
-   do {                                                                            \
-      if ((handle).enabled(level)) [[unlikely]] {                                  \
-         ::Mdl::TraceBuilder::guarded([&, mdlFunction = (function)] {              \
-            ::Mdl::TraceBuilder mdlRecord;                                         \
-            mdlRecord << pieces;                                                   \
-            mdlRecord.emit(handle, level, __FILE__, __LINE__, mdlFunction);        \
-         });                                                                       \
-      }                                                                            \
+#define MDL_TRACE_AS(handle, level, function, pieces)                       \
+   do {                                                                     \
+      if ((handle).enabled(level)) [[unlikely]] {                           \
+         ::Mdl::TraceBuilder::guarded([&, mdlFunction = (function)] {       \
+            ::Mdl::TraceBuilder mdlRecord;                                  \
+            mdlRecord << pieces;                                            \
+            mdlRecord.emit(handle, level, __FILE__, __LINE__, mdlFunction); \
+         });                                                                \
+      }                                                                     \
    } while (false)
 
 /// The same in the name of the function that it stands in.

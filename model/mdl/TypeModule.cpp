@@ -14,8 +14,8 @@ constinit TypeModule* firstModule = nullptr;
 TypeModule::TypeModule(char const* name, std::span<EntityType const> entityTypes,
                        std::span<ValueType const> valueTypes,
                        std::span<char const* const> dependencies) noexcept
-    : name_(name), entityTypes_(entityTypes), valueTypes_(valueTypes),
-      dependencies_(dependencies), next_(std::exchange(firstModule, this)) {}
+    : name_(name), entityTypes_(entityTypes), valueTypes_(valueTypes), dependencies_(dependencies),
+      next_(std::exchange(firstModule, this)) {}
 
 TypeModule::~TypeModule() {
    for (TypeModule** at = &firstModule; *at != nullptr; at = &(*at)->next_) {

@@ -6,8 +6,8 @@
 
 namespace {
 
-using Fwd::Admission;
 using Fwd::AddressRole;
+using Fwd::Admission;
 
 /// Asks about a group that no state machine watches.
 class AdmissionOfAddresses : public InterfaceFixture {
@@ -26,7 +26,8 @@ class AdmissionOfAddresses : public InterfaceFixture {
       Admission const admission(*group);
       std::string text;
       auto const ask = [&](AddressRole role, char const* roleName) {
-         if (admission.admits(intf(name), role)) text += (text.empty() ? "" : " ") + std::string(roleName);
+         if (admission.admits(intf(name), role))
+            text += (text.empty() ? "" : " ") + std::string(roleName);
       };
       ask(AddressRole::primary, "primary");
       ask(AddressRole::secondary, "secondary");

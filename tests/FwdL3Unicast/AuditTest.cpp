@@ -51,11 +51,11 @@ TEST_F(Audit, NamesAKeyThatIsHeldAndNotCounted) {
    givenTwoGroupsThatShareAKey();
    sm->refCountDel(shared);
    auto const keys = readback();
-   EXPECT_EQ(Fwd::audit(*sm),
-             (Findings{{Kind::countDiffers, shared, 2, 0},
-                       {Kind::ownerWithoutKey,
-                        Fwd::DecapKey({}, shared.dstIp(), shared.tunnelType(), 0, {},
-                                      shared.forwardingVrf())}}));
+   EXPECT_EQ(
+       Fwd::audit(*sm),
+       (Findings{{Kind::countDiffers, shared, 2, 0},
+                 {Kind::ownerWithoutKey, Fwd::DecapKey({}, shared.dstIp(), shared.tunnelType(), 0,
+                                                       {}, shared.forwardingVrf())}}));
 }
 
 TEST_F(Audit, NamesAKeyThatIsCountedAndHeldByNobody) {
@@ -75,9 +75,10 @@ TEST_F(Audit, NamesAKeyThatWaitsUncounted) {
 TEST_F(Audit, NamesAnOwnerWithoutAKey) {
    givenTwoGroupsThatShareAKey();
    sm->tunnelTypeDecapIpToVrfIs({TunnelType::udp, prefix("10.1.0.0/16")}, vrf("other"));
-   EXPECT_EQ(findings(), (Findings{{Kind::ownerWithoutKey,
-                                    Fwd::DecapKey({}, prefix("10.1.0.0/16"), TunnelType::udp, 0,
-                                                  {}, vrf("other"))}}));
+   EXPECT_EQ(
+       findings(),
+       (Findings{{Kind::ownerWithoutKey, Fwd::DecapKey({}, prefix("10.1.0.0/16"), TunnelType::udp,
+                                                       0, {}, vrf("other"))}}));
 }
 
 TEST_F(Audit, NamesAnEntryThatHardwareHasLost) {

@@ -98,8 +98,8 @@ TEST_F(GroupDelete, DropsKeysThatWaitWithoutACallOfTheHook) {
    hardware->notReadyUntilIs(Mdl::never);
    whenDecapIpAdded("red", "10.2.0.0/16");
    whenGroupRemoved("red");
-   thenCalls({"program " + udp("10.2.0.0/16") + " -> not-ready",
-              removes("10.0.0.1/32"), removes("10.1.0.0/16")});
+   thenCalls({"program " + udp("10.2.0.0/16") + " -> not-ready", removes("10.0.0.1/32"),
+              removes("10.1.0.0/16")});
    thenNothingIsHeld();
 }
 

@@ -97,8 +97,7 @@ TEST_F(TearDown, FlagsTheVerifyReactorAfterTheInterfaces) {
 
 TEST_F(TearDown, WithdrawsEveryKeyOnce) {
    sm->mdlDoZombieReactors(true);
-   thenCalls({removes("10.0.0.1/32"), removes("2001:db8::1/128"),
-              removes("10.1.0.0/16"),
+   thenCalls({removes("10.0.0.1/32"), removes("2001:db8::1/128"), removes("10.1.0.0/16"),
               "remove " + green("10.0.1.1/32") + " -> removed",
               "remove " + green("10.2.0.0/16") + " -> removed"});
    thenNothingIsHeld();

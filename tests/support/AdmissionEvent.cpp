@@ -19,14 +19,28 @@ struct Weight {
 };
 
 constexpr Weight weights[] = {
-   {Kind::ipPut, 8},          {Kind::ipSame, 1},      {Kind::ipRemove, 4},
-   {Kind::ipPrimary, 12},     {Kind::ipVirtual, 7},   {Kind::ipSecondaryAdd, 12},
-   {Kind::ipSecondaryDel, 8}, {Kind::ip6Put, 5},      {Kind::ip6Remove, 3},
-   {Kind::ip6Add, 11},        {Kind::ip6Del, 7},      {Kind::entrySet, 18},
-   {Kind::entryDel, 9},       {Kind::excludeSet, 9},  {Kind::excludeDel, 2},
-   {Kind::applyAgain, 3},     {Kind::excludeAgain, 1}, {Kind::tunnelType, 3},
-   {Kind::prefix, 2},         {Kind::groupToggle, 2}, {Kind::ipStatusReplaced, 1},
-   {Kind::ip6StatusReplaced, 1},
+    {Kind::ipPut, 8},
+    {Kind::ipSame, 1},
+    {Kind::ipRemove, 4},
+    {Kind::ipPrimary, 12},
+    {Kind::ipVirtual, 7},
+    {Kind::ipSecondaryAdd, 12},
+    {Kind::ipSecondaryDel, 8},
+    {Kind::ip6Put, 5},
+    {Kind::ip6Remove, 3},
+    {Kind::ip6Add, 11},
+    {Kind::ip6Del, 7},
+    {Kind::entrySet, 18},
+    {Kind::entryDel, 9},
+    {Kind::excludeSet, 9},
+    {Kind::excludeDel, 2},
+    {Kind::applyAgain, 3},
+    {Kind::excludeAgain, 1},
+    {Kind::tunnelType, 3},
+    {Kind::prefix, 2},
+    {Kind::groupToggle, 2},
+    {Kind::ipStatusReplaced, 1},
+    {Kind::ip6StatusReplaced, 1},
 };
 
 Kind kindFor(Generate& generate, bool withSilentVrf) {
@@ -174,8 +188,7 @@ Mdl::Ptr<Ip6::IntfStatus> AdmissionEvent::ip6Status() const {
 std::string AdmissionEvent::text() const {
    std::string const name = intfId().name().stdString();
    std::string const what = kindText(kind);
-   std::string const entry =
-      groupName() + " " + what + entryKey().stringValue().stdString();
+   std::string const entry = groupName() + " " + what + entryKey().stringValue().stdString();
    switch (kind) {
       case Kind::createMachine:
       case Kind::initialize:
@@ -208,8 +221,7 @@ std::string AdmissionEvent::text() const {
       case Kind::excludeAgain:
          return groupName() + " " + what + " for family " + std::to_string(family);
       case Kind::tunnelType:
-         return groupName() + " " + what + " " +
-                Mdl::enumName(newTunnelType()).stdString();
+         return groupName() + " " + what + " " + Mdl::enumName(newTunnelType()).stdString();
       case Kind::prefix:
          return groupName() + " " + what + " " + ipAddr().addr().stringValue().stdString();
       case Kind::groupToggle: return groupName() + " " + what;

@@ -19,11 +19,33 @@ namespace Support {
 /// numbers and the state that it meets, so that a sequence may be shortened and run again.
 struct AdmissionEvent {
    enum class Kind : std::uint8_t {
-      createMachine, initialize, ready,
-      ipPut, ipSame, ipRemove, ipPrimary, ipVirtual, ipSecondaryAdd, ipSecondaryDel, ipVrf,
-      ip6Put, ip6Remove, ip6Add, ip6Del, ip6Vrf,
-      entrySet, entryDel, excludeSet, excludeDel, applyAgain, excludeAgain,
-      tunnelType, prefix, groupToggle, ipStatusReplaced, ip6StatusReplaced,
+      createMachine,
+      initialize,
+      ready,
+      ipPut,
+      ipSame,
+      ipRemove,
+      ipPrimary,
+      ipVirtual,
+      ipSecondaryAdd,
+      ipSecondaryDel,
+      ipVrf,
+      ip6Put,
+      ip6Remove,
+      ip6Add,
+      ip6Del,
+      ip6Vrf,
+      entrySet,
+      entryDel,
+      excludeSet,
+      excludeDel,
+      applyAgain,
+      excludeAgain,
+      tunnelType,
+      prefix,
+      groupToggle,
+      ipStatusReplaced,
+      ip6StatusReplaced,
    };
 
    static constexpr std::uint32_t groups = 4;

@@ -42,7 +42,8 @@ char const* roleText(AddressRole role) {
 }  // namespace
 
 Pkt::IpGenPrefix ModelOrigin::destination() const {
-   return address.isIpv4() ? Pkt::IpGenPrefix(address.ipAddr()) : Pkt::IpGenPrefix(address.ip6Addr());
+   return address.isIpv4() ? Pkt::IpGenPrefix(address.ipAddr())
+                           : Pkt::IpGenPrefix(address.ip6Addr());
 }
 
 std::string modelOriginText(ModelOrigin const& origin) {
@@ -80,7 +81,7 @@ void AdmissionModel::admitIp6(Group const& group, Ip6::IntfStatus const& status,
    for (auto const& addr : status.addr()) {
       if (addr.key.addr().isLinkLocal()) continue;
       origins.push_back(
-         {intfId, AddressRole::ip6, Pkt::IpGenPrefix(addr.key.addr(), addr.key.length())});
+          {intfId, AddressRole::ip6, Pkt::IpGenPrefix(addr.key.addr(), addr.key.length())});
    }
 }
 
@@ -117,8 +118,7 @@ void AdmissionModel::told(ModelOrigin const& origin) {
 void AdmissionModel::applied(Group const& group, EntryKey const& key) {
    std::erase_if(untold_, [&](Untold const& untold) {
       if (untold.first != group.name() || untold.second.family() != key.family()) return false;
-      DecapIntf const* const entry =
-         decider(group, untold.second.intfId, untold.second.family());
+      DecapIntf const* const entry = decider(group, untold.second.intfId, untold.second.family());
       return entry != nullptr && entry->key() == key;
    });
 }

@@ -30,8 +30,8 @@ struct ModelOrigin {
    Pkt::IpGenPrefix destination() const;
 
    friend bool operator==(ModelOrigin const&, ModelOrigin const&) noexcept = default;
-   friend std::strong_ordering operator<=>(ModelOrigin const&, ModelOrigin const&) noexcept =
-      default;
+   friend std::strong_ordering operator<=>(ModelOrigin const&,
+                                           ModelOrigin const&) noexcept = default;
 };
 
 /// "Ethernet1 secondary 10.0.0.1/24".

@@ -16,7 +16,8 @@ namespace {
 template <class Keys>
 auto const& nth(Keys const& keys, std::uint32_t number) {
    auto at = keys.begin();
-   for (std::uint32_t left = number % static_cast<std::uint32_t>(keys.size()); left > 0; --left) ++at;
+   for (std::uint32_t left = number % static_cast<std::uint32_t>(keys.size()); left > 0; --left)
+      ++at;
    return (*at).key;
 }
 
@@ -42,8 +43,7 @@ std::string minus(AdmissionModel::Origins const& a, AdmissionModel::Origins cons
 AdmissionRun::AdmissionRun() : model_(config) {
    model_.ipStatusIs(ip);
    model_.ip6StatusIs(ip6);
-   TunnelType const types[] = {TunnelType::gre, TunnelType::gre, TunnelType::udp,
-                               TunnelType::ipip};
+   TunnelType const types[] = {TunnelType::gre, TunnelType::gre, TunnelType::udp, TunnelType::ipip};
    for (std::uint32_t i = 0; i < AdmissionEvent::groups; ++i) {
       // All in one VRF, so that no group stands in another's way; the last one waits for its port
       // whenever it is of a type that needs one.
@@ -121,7 +121,8 @@ void AdmissionRun::applyIp(AdmissionEvent const& event) {
       bool const isNew = !intfStatus->activeSecondaryWithMaskHas(event.ipAddr());
       intfStatus->activeSecondaryWithMaskIs(event.ipAddr());
       if (isNew) model_.told(originOf(intfId, event.ipAddr()));
-   } else if (event.kind == Kind::ipSecondaryDel && !intfStatus->activeSecondaryWithMask().empty()) {
+   } else if (event.kind == Kind::ipSecondaryDel &&
+              !intfStatus->activeSecondaryWithMask().empty()) {
       Pkt::IpAddrWithMask const addr = nth(intfStatus->activeSecondaryWithMask(), event.word);
       intfStatus->activeSecondaryWithMaskDel(addr);
       model_.told(originOf(intfId, addr));
@@ -198,8 +199,10 @@ void AdmissionRun::applyGroup(AdmissionEvent const& event) {
       group.tunnelTypeIs(event.newTunnelType());
    } else if (event.kind == Kind::prefix) {
       Pkt::IpGenPrefix const destination(event.ipAddr().addr());
-      if (group.decapIpHas(destination)) group.decapIpDel(destination);
-      else group.decapIpIs(destination);
+      if (group.decapIpHas(destination))
+         group.decapIpDel(destination);
+      else
+         group.decapIpIs(destination);
    }
 }
 
@@ -273,8 +276,8 @@ bool AdmissionRun::isStopped(DecapGroup const& group) const {
 }
 
 Fwd::DecapKey AdmissionRun::keyOf(DecapGroup const& group, Pkt::IpGenPrefix const& destination) {
-   auto const source = destination.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr())
-                                            : Pkt::IpGenPrefix(Pkt::Ip6Addr());
+   auto const source =
+       destination.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
    return Fwd::DecapKey(source, destination, group.tunnelType(), group.destPort(),
                         group.payloadType(), group.forwardingVrf());
 }

@@ -42,12 +42,13 @@ L3::VrfName DecapFixture::vrf(std::string_view name) { return L3::VrfName(string
 
 Fwd::DecapKey DecapFixture::key(std::string_view destination, Group const& group) {
    Pkt::IpGenPrefix const to = prefix(destination);
-   auto const from = to.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
+   auto const from =
+       to.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
    return Fwd::DecapKey(from, to, group.type, group.port, group.payload, vrf(group.vrf));
 }
 
 Mdl::Ptr<Tunnel::Decap::DecapGroup> DecapFixture::makeGroup(std::string_view name,
-                                                           Group const& group) {
+                                                            Group const& group) {
    auto made = Mdl::allocate<DecapGroup>(string(name));
    made->tunnelTypeIs(group.type);
    made->destPortIs(group.port);
@@ -57,7 +58,7 @@ Mdl::Ptr<Tunnel::Decap::DecapGroup> DecapFixture::makeGroup(std::string_view nam
 }
 
 Mdl::Ptr<Tunnel::Decap::DecapGroup> DecapFixture::givenGroup(std::string_view name,
-                                                            Group const& group) {
+                                                             Group const& group) {
    auto made = makeGroup(name, group);
    std::erase_if(groups, [&](auto const& old) { return old->name() == made->name(); });
    groups.push_back(made);
@@ -125,9 +126,7 @@ void DecapFixture::whenGroupRemoved(std::string_view name) {
    std::erase_if(groups, [&](auto const& group) { return group->name() == string(name); });
 }
 
-void DecapFixture::whenTimePasses(Mdl::Seconds duration) {
-   time.advanceTo(time.now() + duration);
-}
+void DecapFixture::whenTimePasses(Mdl::Seconds duration) { time.advanceTo(time.now() + duration); }
 
 void DecapFixture::forgetSoFar() {
    hardware->journal().clear();

@@ -107,8 +107,7 @@ class InterfaceFixture : public DecapFixture {
       Texts found;
       for (auto const& entry : reactor(group)->decapKeyFromIntf().walk()) {
          for (auto const& origin : entry.value.origins) {
-            found.push_back(
-               Support::modelOriginText({origin.intfId, origin.role, origin.address}));
+            found.push_back(Support::modelOriginText({origin.intfId, origin.role, origin.address}));
          }
       }
       std::ranges::sort(found);
@@ -119,10 +118,10 @@ class InterfaceFixture : public DecapFixture {
    void thenRecord(std::string_view name, std::string const& expected) const {
       auto const record = sm->decapIntfIp(intf(name));
       EXPECT_EQ(record ? record->primaryIp().stringValue().stdString() + " " +
-                            record->virtualIp().stringValue().stdString()
+                             record->virtualIp().stringValue().stdString()
                        : std::string(),
                 expected)
-         << "record of " << name;
+          << "record of " << name;
    }
    /// Traces of one function, in their order.
    Texts tracesOf(std::string_view function) const {

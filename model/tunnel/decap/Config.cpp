@@ -10,10 +10,10 @@ using Mdl::Reading;
 Config const& config(Mdl::Entity const& entity) { return static_cast<Config const&>(entity); }
 
 constexpr Member configMembers[] = {
-   {Config::decapGroupAttributeId, "decapGroup", Member::Kind::collection,
-    [](Mdl::Entity const& e) { return Reading::ofCollection(config(e).decapGroup()); }},
-   {Config::readyAttributeId, "ready", Member::Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(config(e).ready()); }},
+    {Config::decapGroupAttributeId, "decapGroup", Member::Kind::collection,
+     [](Mdl::Entity const& e) { return Reading::ofCollection(config(e).decapGroup()); }},
+    {Config::readyAttributeId, "ready", Member::Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(config(e).ready()); }},
 };
 
 }  // namespace

@@ -15,21 +15,21 @@ DecapGroup const& group(Mdl::Entity const& entity) {
 }
 
 constexpr Member groupMembers[] = {
-   {257, "name", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(group(e).name()); }},
-   {DecapGroup::decapIpAttributeId, "decapIp", Kind::collection,
-    [](Mdl::Entity const& e) { return Reading::ofCollection(group(e).decapIp()); }},
-   {DecapGroup::decapIntfAttributeId, "decapIntf", Kind::collection,
-    [](Mdl::Entity const& e) { return Reading::ofCollection(group(e).decapIntf()); }},
-   {DecapGroup::decapExcludeIntfSetAttributeId, "decapExcludeIntfSet", Kind::collection,
-    [](Mdl::Entity const& e) { return Reading::ofCollection(group(e).decapExcludeIntfSet()); }},
-   {DecapGroup::tunnelTypeAttributeId, "tunnelType", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(group(e).tunnelType()); }},
-   {DecapGroup::destPortAttributeId, "destPort", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(group(e).destPort()); }},
-   {DecapGroup::payloadTypeAttributeId, "payloadType", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(group(e).payloadType()); }},
-   {DecapGroup::forwardingVrfAttributeId, "forwardingVrf", Kind::scalar,
-    [](Mdl::Entity const& e) { return Reading::of(group(e).forwardingVrf()); }},
+    {257, "name", Kind::scalar, [](Mdl::Entity const& e) { return Reading::of(group(e).name()); }},
+    {DecapGroup::decapIpAttributeId, "decapIp", Kind::collection,
+     [](Mdl::Entity const& e) { return Reading::ofCollection(group(e).decapIp()); }},
+    {DecapGroup::decapIntfAttributeId, "decapIntf", Kind::collection,
+     [](Mdl::Entity const& e) { return Reading::ofCollection(group(e).decapIntf()); }},
+    {DecapGroup::decapExcludeIntfSetAttributeId, "decapExcludeIntfSet", Kind::collection,
+     [](Mdl::Entity const& e) { return Reading::ofCollection(group(e).decapExcludeIntfSet()); }},
+    {DecapGroup::tunnelTypeAttributeId, "tunnelType", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(group(e).tunnelType()); }},
+    {DecapGroup::destPortAttributeId, "destPort", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(group(e).destPort()); }},
+    {DecapGroup::payloadTypeAttributeId, "payloadType", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(group(e).payloadType()); }},
+    {DecapGroup::forwardingVrfAttributeId, "forwardingVrf", Kind::scalar,
+     [](Mdl::Entity const& e) { return Reading::of(group(e).forwardingVrf()); }},
 };
 
 }  // namespace

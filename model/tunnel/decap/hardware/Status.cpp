@@ -5,10 +5,10 @@ namespace Tunnel::Decap::Hardware {
 namespace {
 
 constexpr Mdl::Member statusMembers[] = {
-   {Status::hwResourceFullAttributeId, "hwResourceFull", Mdl::Member::Kind::scalar,
-    [](Mdl::Entity const& e) {
-       return Mdl::Reading::of(static_cast<Status const&>(e).hwResourceFull());
-    }},
+    {Status::hwResourceFullAttributeId, "hwResourceFull", Mdl::Member::Kind::scalar,
+     [](Mdl::Entity const& e) {
+        return Mdl::Reading::of(static_cast<Status const&>(e).hwResourceFull());
+     }},
 };
 
 }  // namespace
