@@ -22,9 +22,6 @@ class FirstKeys : public DecapFixture {
       config->decapGroupIs(made);
    }
 
-   static std::string entry(std::string_view destination) {
-      return "udp " + std::string(destination) + " port 6080 payload ip vrf default";
-   }
    static std::string programmed(std::string_view destination) {
       return "program " + entry(destination) + " -> success";
    }

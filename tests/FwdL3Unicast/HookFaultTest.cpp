@@ -16,19 +16,6 @@ class HookFault : public DecapFixture {
    void givenFaultAt(std::uint64_t programCall) {
       hardware->script().atCall(programCall, Sim::Answer::fault());
    }
-
-   static std::string entry(std::string_view destination, std::string_view vrfName = "default",
-                            int port = 6080) {
-      return "udp " + std::string(destination) + " port " + std::to_string(port) +
-             " payload ip vrf " + std::string(vrfName);
-   }
-
-   void thenNothingIsLeft() const {
-      thenHardware({});
-      thenCounts({});
-      thenBacklog({});
-      thenOwners({});
-   }
 };
 
 TEST_F(HookFault, InProgrammingReachesWhoeverCausedTheCall) {

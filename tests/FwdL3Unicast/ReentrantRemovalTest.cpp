@@ -17,20 +17,6 @@ class ReentrantRemoval : public DecapFixture {
    void during(std::uint64_t call, Sim::SimHelper::Action action) {
       hardware->duringRemoval(call, std::move(action));
    }
-
-   static std::string entry(std::string_view destination, std::string_view vrfName = "default",
-                            int port = 6080) {
-      return "udp " + std::string(destination) + " port " + std::to_string(port) +
-             " payload ip vrf " + std::string(vrfName);
-   }
-
-   void thenOnly(Texts const& entries) const {
-      Texts counts;
-      for (auto const& text : entries) counts.push_back(text + " x1");
-      thenHardware(entries);
-      thenCounts(counts);
-      thenBacklog({});
-   }
 };
 
 TEST_F(ReentrantRemoval, TheKeyIsAddedAgain) {

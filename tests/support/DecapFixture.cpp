@@ -134,6 +134,24 @@ void DecapFixture::forgetSoFar() {
    traces.clear();
 }
 
+std::string DecapFixture::entry(std::string_view destination, std::string_view vrfName, int port) {
+   return "udp " + std::string(destination) + " port " + std::to_string(port) + " payload ip vrf " +
+          std::string(vrfName);
+}
+
+void DecapFixture::thenOnly(Texts const& entries) const {
+   Texts counts;
+   for (auto const& text : entries) counts.push_back(text + " x1");
+   thenHardware(entries);
+   thenCounts(counts);
+   thenBacklog({});
+}
+
+void DecapFixture::thenNothingIsLeft() const {
+   thenOnly({});
+   thenOwners({});
+}
+
 void DecapFixture::thenHardware(Texts expected) const {
    Texts found;
    for (auto const& entry : hardware->table().entries()) found.push_back(Sim::keyText(entry.key));

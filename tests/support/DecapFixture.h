@@ -101,6 +101,12 @@ class DecapFixture : public ::testing::Test {
 
    // State. Hardware, counts and owners are compared without regard to order, the others with it.
 
+   /// The text of a key of a group as `givenGroup` makes it.
+   static std::string entry(std::string_view destination, std::string_view vrfName = "default",
+                            int port = 6080);
+   /// These keys are in hardware with one reference each, and nothing waits.
+   void thenOnly(Texts const& entries) const;
+   void thenNothingIsLeft() const;
    void thenHardware(Texts expected) const;
    void thenBacklog(Texts const& expected) const;
    /// "udp 10.1.0.0/16 port 6080 payload ip vrf red x2".
