@@ -46,6 +46,11 @@ if(DECAP_SANITIZE)
    add_link_options(-fsanitize=${DECAP_SANITIZE})
 endif()
 
+if(DECAP_FUZZ)
+   # Everything tells the fuzzing engine where it has been.
+   add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # A library that forgot to name what it uses is found when it is linked, not when it is loaded.
 # Clang puts a sanitizer's runtime into the program alone, where libraries find it only later.
 if(NOT (DECAP_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES Clang))
