@@ -7,13 +7,25 @@
 namespace {
 
 thread_local bool limited = false;
-thread_local int left = 0;
+thread_local bool paused = false;
+thread_local bool failed = false;
+thread_local int successesLeft = 0;
+thread_local int failuresLeft = 0;
+
+bool mayAllocate() noexcept {
+   if (!limited || paused) return true;
+   if (successesLeft > 0) {
+      --successesLeft;
+      return true;
+   }
+   if (failuresLeft == 0) return true;
+   if (failuresLeft != Support::FailingNew::forGood) --failuresLeft;
+   failed = true;
+   return false;
+}
 
 void* allocate(std::size_t bytes, std::size_t alignment) noexcept {
-   if (limited && left-- <= 0) {
-      left = 0;
-      return nullptr;
-   }
+   if (!mayAllocate()) return nullptr;
    std::size_t const rounded = (bytes / alignment + 1) * alignment;
    return std::aligned_alloc(alignment, rounded);
 }
@@ -30,12 +42,20 @@ constexpr std::size_t plain = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 namespace Support {
 
-FailingNew::FailingNew(int successes) noexcept {
-   left = successes;
+FailingNew::FailingNew(int successes, int failures) noexcept {
+   successesLeft = successes;
+   failuresLeft = failures;
+   failed = false;
    limited = true;
 }
 
 FailingNew::~FailingNew() { limited = false; }
+
+bool FailingNew::hasFailed() const noexcept { return failed; }
+
+FailingNew::Pause::Pause(bool pause) noexcept : before_(paused) { paused = pause; }
+
+FailingNew::Pause::~Pause() { paused = before_; }
 
 }  // namespace Support
 
