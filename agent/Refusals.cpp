@@ -15,7 +15,10 @@ void Refusals::note(Sim::Call const& call, bool waited) {
    switch (call.operation) {
       case Sim::Operation::verify:
       case Sim::Operation::configReady: return;
-      case Sim::Operation::remove: refused_.erase(call.key); return;
+      case Sim::Operation::remove:
+         // Hardware's own clearing up says nothing about a key that may well be called for.
+         if (call.outcome != Sim::Outcome::swept) refused_.erase(call.key);
+         return;
       case Sim::Operation::program: break;
    }
    if (!isRefusal(call)) {

@@ -25,8 +25,10 @@ struct Refusal {
 /// keep that: to it a key waits or does not.
 ///
 /// Owner: the agent, which passes every call on.
+/// I1: what hardware sweeps by itself changes nothing here: a key that it refused stays refused,
+///   whoever's entry was in its place.
 /// Cost: O(1) a call; an entry for each key that was refused and has neither been accepted nor
-///   removed since.
+///   given back since.
 class Refusals {
  public:
    /// `waited` says whether the key was waiting when the call was made. A call for one that was not

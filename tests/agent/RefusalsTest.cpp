@@ -53,6 +53,18 @@ TEST(Refusals, AreForgottenWithARemoval) {
    EXPECT_EQ(refusals.size(), 0u);
 }
 
+// A key that hardware refuses although its table holds it from before leaves that table when the
+// configuration has been replayed. It is still refused.
+TEST(Refusals, OutliveTheSweepOfAnEntryFromBefore) {
+   Refusals refusals;
+   refusals.note(program(1, Fwd::dgRcUnSupported, 1.0), false);
+   Sim::Call sweep = removal(1);
+   sweep.outcome = Sim::Outcome::swept;
+   refusals.note(sweep, false);
+   ASSERT_NE(refusals.find(key(1)), nullptr);
+   EXPECT_EQ(refusals.find(key(1))->answer, Fwd::dgRcUnSupported);
+}
+
 TEST(Refusals, CountAnewForAKeyThatHadBeenGivenUp) {
    Refusals refusals;
    refusals.note(program(1, Fwd::dgRcHwFull, 1.0), false);
