@@ -18,6 +18,8 @@ struct RunArguments {
    std::string first;
    std::string second;
    std::string scenario;
+   std::string hardwareState;
+   bool keepHardware = false;
    int traceLevel = -1;
    bool json = false;
    bool all = false;
@@ -33,6 +35,16 @@ void declareRun(CLI::App& run, RunArguments& arguments) {
        ->type_name("");
    run.add_option("--scenario", arguments.scenario, "A scenario, whatever its name")
        ->type_name("FILE");
+   CLI::Option* const state =
+       run.add_option("--hardware-state", arguments.hardwareState,
+                      "Begin with the hardware table that this file holds, and keep it there")
+           ->type_name("FILE")
+           ->check([](std::string const& file) {
+              return file.empty() ? std::string("needs the name of a file") : std::string();
+           });
+   run.add_flag("--keep-hardware", arguments.keepHardware,
+                "Leave hardware as it is at the end, for the next run")
+       ->needs(state);
    run.add_option("--trace", arguments.traceLevel, "Show traces of the levels 0 to LEVEL")
        ->type_name("LEVEL")
        ->check(CLI::Range(0, 31));
@@ -66,6 +78,8 @@ RunOptions optionsFrom(RunArguments const& arguments) {
    if (arguments.traceLevel >= 0) {
       options.traceLevel = static_cast<unsigned>(arguments.traceLevel);
    }
+   options.hardwareState = arguments.hardwareState;
+   options.keepHardware = arguments.keepHardware;
    options.json = arguments.json;
    options.rows = arguments.all ? std::numeric_limits<std::size_t>::max() : arguments.rows;
    options.limit = arguments.limit;

@@ -1,5 +1,6 @@
 #include "agent/JsonReport.h"
 
+#include "agent/HardwareState.h"
 #include "agent/Wording.h"
 #include "platform/sim/HardwareTable.h"
 
@@ -36,8 +37,25 @@ Json keyJson(KeyRow const& row) {
            {"references", row.references}};
 }
 
-Json entryJson(KeyRow const& row) {
+char const* fateName(TakeOver::Fate fate) noexcept {
+   switch (fate) {
+      case TakeOver::Fate::heldOver: return "heldOver";
+      case TakeOver::Fate::takenOver: return "takenOver";
+      case TakeOver::Fate::rewritten: return "rewritten";
+      case TakeOver::Fate::unclaimed: return "unclaimed";
+      case TakeOver::Fate::removed: return "removed";
+   }
+   return "";
+}
+
+Json goneJson(KeyRow const& row) {
    Json json = keyJson(row);
+   if (row.fate) json["found"] = fateName(*row.fate);
+   return json;
+}
+
+Json entryJson(KeyRow const& row) {
+   Json json = goneJson(row);
    json["since"] = row.since;
    return json;
 }
@@ -143,6 +161,23 @@ Json hardwareJson(Report const& report) {
    return json;
 }
 
+Json restartJson(Restart const& restart, HardwareState const& state) {
+   Json json;
+   if (!state.file().empty()) json["file"] = state.file();
+   if (!state.setAside().empty()) json["setAside"] = state.setAside();
+   json["found"] = restart.found;
+   json["takenOver"] = restart.takenOver;
+   json["rewritten"] = restart.rewritten;
+   json["unclaimed"] = restart.unclaimed;
+   json["removed"] = restart.removed;
+   json["heldOver"] = restart.heldOver;
+   if (!state.file().empty()) {
+      json["kept"] = state.kept();
+      json["left"] = state.left();
+   }
+   return json;
+}
+
 }  // namespace
 
 void printJson(std::ostream& out, Report const& report, RunResult const& result) {
@@ -153,6 +188,8 @@ void printJson(std::ostream& out, Report const& report, RunResult const& result)
    writer.member("quiet", result.settled.quiet);
    writer.member("resourceFull", report.resourceFull);
    writer.member("hardware", hardwareJson(report));
+   bool const restarted = !result.hardwareState->file().empty() || report.restart.found != 0;
+   if (restarted) writer.member("restart", restartJson(report.restart, *result.hardwareState));
    writer.member("summary", Json{{"groups", report.groupsTotal},
                                  {"prefixes", report.prefixes},
                                  {"inHardware", report.hardware.total},
@@ -161,6 +198,7 @@ void printJson(std::ostream& out, Report const& report, RunResult const& result)
                                  {"notProgrammed", report.missing.total}});
    writer.list("groups", report.groups, groupJson);
    writer.list("entries", report.hardware.rows, entryJson);
+   if (restarted) writer.list("gone", report.restart.gone.rows, goneJson);
    writer.list("waiting", report.waiting.rows, absentJson);
    writer.list("notProgrammed", report.missing.rows, absentJson);
    writer.list("log", report.log, logJson);

@@ -18,6 +18,8 @@ struct Unmet {
    std::string found;
 };
 
+class HardwareState;
+
 /// What a run was given and how it went, beside the state that it ended in.
 struct RunResult {
    std::string configuration;  ///< the file, empty where there is none
@@ -26,6 +28,7 @@ struct RunResult {
    std::size_t events = 0;
    std::size_t expectations = 0;
    std::vector<Unmet> unmet;
+   HardwareState const* hardwareState = nullptr;
 };
 
 /// A report as one JSON document; docs/agent.md describes its fields. Rows are written one by one,

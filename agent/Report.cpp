@@ -42,6 +42,7 @@ class KeyJudge {
          row.refusals = refusal->times;
          row.lastRefusal = refusal->last;
       }
+      if (TakeOver::Fate const* const fate = world_.takeOver().find(key)) row.fate = *fate;
       return row;
    }
 
@@ -90,6 +91,7 @@ class ReportBuilder {
       report_.log = world_.log().entries();
       report_.resourceFull = world_.status().hwResourceFull();
       takeHardware();
+      takeRestart();
       if (world_.machine()) takeBacklog();
       takeGroups();
       nameGroups();
@@ -122,6 +124,22 @@ class ReportBuilder {
          if (wanted(report_.hardware, entry.key, scope_.hardware) != nullptr) {
             report_.hardware.rows.back().since = entry.value;
          }
+      }
+   }
+
+   void takeRestart() {
+      using Fate = TakeOver::Fate;
+      TakeOver const& takeOver = world_.takeOver();
+      Restart& restart = report_.restart;
+      restart.found = takeOver.found().size();
+      restart.takenOver = takeOver.count(Fate::takenOver);
+      restart.rewritten = takeOver.count(Fate::rewritten);
+      restart.unclaimed = takeOver.count(Fate::unclaimed);
+      restart.removed = takeOver.count(Fate::removed);
+      restart.heldOver = takeOver.count(Fate::heldOver);
+      for (auto const& entry : takeOver.found()) {
+         if (entry.value != Fate::unclaimed && entry.value != Fate::removed) continue;
+         wanted(restart.gone, entry.key, scope_.hardware);
       }
    }
 
@@ -177,7 +195,8 @@ class ReportBuilder {
 
    void nameGroups() {
       ownership_.collect(world_);
-      for (Rows* const list : {&report_.hardware, &report_.waiting, &report_.missing}) {
+      for (Rows* const list :
+           {&report_.hardware, &report_.restart.gone, &report_.waiting, &report_.missing}) {
          for (KeyRow& row : list->rows) {
             row.groups = ownership_.of(row.key);
             if (row.reason == Reason::vrfConflict) {

@@ -2,9 +2,11 @@
 
 #include "FwdL3Unicast/FwdDecapGroup.h"
 #include "agent/OperatorLog.h"
+#include "agent/TakeOver.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +41,8 @@ struct KeyRow {
    Reason reason = Reason::none;
    std::uint32_t refusals = 0;      ///< answers that were refusals
    Mdl::Seconds lastRefusal = 0.0;  ///< when `refusals` is not 0
+   /// What became of the entry that the machine found; empty for one that it did not find.
+   std::optional<TakeOver::Fate> fate;
    // For a conflict: who owns the destination.
    L3::VrfName ownerVrf;
    std::vector<Mdl::String> ownerGroups;
@@ -56,6 +60,19 @@ struct GroupRow {
    std::size_t inHardware = 0;
    std::size_t waiting = 0;
    std::size_t missing = 0;
+};
+
+/// What the machine found in hardware when it was built, and what became of it.
+struct Restart {
+   std::size_t found = 0;
+   std::size_t takenOver = 0;
+   std::size_t rewritten = 0;
+   std::size_t unclaimed = 0;
+   std::size_t removed = 0;
+   std::size_t heldOver = 0;
+   /// The entries that have left since: unclaimed or removed, in the order of the table they were
+   /// in.
+   Rows gone;
 };
 
 /// What a tunnel type may take of the hardware table, and takes.
@@ -97,6 +114,7 @@ struct Report {
    /// Entries that no group calls for.
    std::size_t unclaimed = 0;
    bool resourceFull = false;
+   Restart restart;
 
    /// In the order of the backlog.
    Rows waiting;

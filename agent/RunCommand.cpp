@@ -1,6 +1,7 @@
 #include "agent/RunCommand.h"
 
 #include "agent/ConfigFile.h"
+#include "agent/HardwareState.h"
 #include "agent/InputError.h"
 #include "agent/InputFile.h"
 #include "agent/JsonReport.h"
@@ -94,12 +95,24 @@ void runScenario(World& world, RunOptions const& options, Scenario const& scenar
    result.settled = {world.isAsleep(), world.now()};
 }
 
+void printScenarioEnd(std::ostream& out, RunResult const& result) {
+   if (result.expectations == 0) return;
+   out << "Expectations: " << result.expectations - result.unmet.size() << " of "
+       << result.expectations << " met\n";
+}
+
+/// How the next run will find hardware.
+void printLeft(std::ostream& out, HardwareState const& state) {
+   if (state.file().empty()) return;
+   out << "Hardware " << (state.kept() ? "left as it is: " : "cleaned up: ")
+       << counted(state.left(), "entry", "entries") << " in " << printable(state.file()) << '\n';
+}
+
 void printText(std::ostream& out, RunOptions const& options, Report const& report,
                RunResult const& result) {
    if (!options.scenario.empty()) {
-      if (result.expectations == 0) return;
-      out << "Expectations: " << result.expectations - result.unmet.size() << " of "
-          << result.expectations << " met\n";
+      printScenarioEnd(out, result);
+      printLeft(out, *result.hardwareState);
       return;
    }
    if (options.traceLevel) out << '\n';
@@ -107,6 +120,10 @@ void printText(std::ostream& out, RunOptions const& options, Report const& repor
    out << '\n';
    printHardware(out, report);
    out << '\n';
+   if (!options.hardwareState.empty()) {
+      printRestart(out, report);
+      out << '\n';
+   }
    printBacklog(out, report);
    out << '\n';
    printLog(out, report);
@@ -114,6 +131,7 @@ void printText(std::ostream& out, RunOptions const& options, Report const& repor
    printSummary(out, report);
    out << (result.settled.quiet ? "Quiet at " : "Not quiet at ") << secondsText(result.settled.at)
        << " s of simulated time\n";
+   printLeft(out, *result.hardwareState);
 }
 
 void printUnmet(std::ostream& err, std::string const& file, Unmet const& unmet) {
@@ -127,6 +145,8 @@ ExitCode run(RunOptions const& options, std::ostream& out, std::ostream& err) tr
    Inputs inputs = readInputs(options);
    std::ostream& told = options.json ? err : out;
    World world;
+   HardwareState state(options.hardwareState, options.keepHardware);
+   if (!state.open(world, err)) return ExitCode::badInput;
    RunResult result;
    result.configuration = options.configuration;
    result.scenario = options.scenario;
@@ -140,12 +160,15 @@ ExitCode run(RunOptions const& options, std::ostream& out, std::ostream& err) tr
    ReportScope scope;
    scope.rows = options.json ? std::numeric_limits<std::size_t>::max() : options.rows;
    Report const report(world, scope);
+   bool const closed = state.close(world, err);
+   result.hardwareState = &state;
    if (options.json) {
       printJson(out, report, result);
    } else {
       printText(out, options, report, result);
    }
    for (Unmet const& unmet : result.unmet) printUnmet(err, options.scenario, unmet);
+   if (!closed) return ExitCode::failure;
    return result.unmet.empty() ? ExitCode::ok : ExitCode::unmet;
 } catch (InputError const& error) {
    err << "decap-agent: " << error.what() << '\n';

@@ -43,13 +43,22 @@ ScenarioEvent parseSettle(Tokens& tokens) {
 }
 
 ScenarioEvent parseShow(Tokens& tokens) {
-   constexpr std::array sections = {"all", "groups", "hardware", "backlog", "log", "summary"};
+   constexpr std::array sections = {"all",     "groups", "hardware", "restart",
+                                    "backlog", "log",    "summary"};
    for (std::string const section : sections) {
       if (tokens.take(section)) {
          return observe([section](Stage& stage) { stage.show(section); });
       }
    }
-   tokens.unexpected("one of all, groups, hardware, backlog, log, summary");
+   tokens.unexpected("one of all, groups, hardware, restart, backlog, log, summary");
+}
+
+ScenarioEvent parseVerify(Tokens&) {
+   return change([](Stage& stage) { stage.verify(); });
+}
+
+ScenarioEvent parseAudit(Tokens&) {
+   return observe([](Stage& stage) { stage.audit(); });
 }
 
 ScenarioEvent parseTrace(Tokens& tokens) {
@@ -136,6 +145,9 @@ ScenarioEvent parseHardware(Tokens& tokens) {
    if (tokens.take("ready")) {
       return change([](Stage& stage) { stage.world().hardware().notReadyUntilIs(0.0); });
    }
+   if (tokens.take("clear")) {
+      return change([](Stage& stage) { stage.world().hardware().table().clear(); });
+   }
    if (tokens.take("latency")) {
       double const seconds = tokens.seconds();
       return change([seconds](Stage& stage) { stage.world().hardware().latencyIs(seconds); });
@@ -155,7 +167,8 @@ ScenarioEvent parseHardware(Tokens& tokens) {
       return change(
           [prefix](Stage& stage) { stage.world().hardware().script().forPrefixDel(prefix); });
    }
-   tokens.unexpected("one of capacity, latency, call-cost, not-ready, ready, answer, no, udp-wait");
+   tokens.unexpected(
+       "one of capacity, latency, call-cost, not-ready, ready, clear, answer, no, udp-wait");
 }
 
 ScenarioEvent parseMachine(Tokens& tokens) {
@@ -170,6 +183,13 @@ ScenarioEvent parseMachine(Tokens& tokens) {
       bool const keep = tokens.take("keep-hardware");
       return change([keep](Stage& stage) { stage.world().stop(keep); });
    }
+   if (tokens.take("kill")) {
+      tokens.need("in");
+      tokens.need("call");
+      std::uint64_t const call =
+          tokens.number("the number of a call", std::numeric_limits<std::uint32_t>::max());
+      return change([call](Stage& stage) { stage.killIn(call); });
+   }
    bool const interval = tokens.take("review-interval");
    if (interval || tokens.take("review-budget")) {
       double const seconds = tokens.seconds();
@@ -180,7 +200,8 @@ ScenarioEvent parseMachine(Tokens& tokens) {
       });
    }
    tokens.unexpected(
-       "one of start, build, config-ready, initialized, stop, review-interval, review-budget");
+       "one of start, build, config-ready, initialized, stop, kill, review-interval, "
+       "review-budget");
 }
 
 ScenarioEvent parseEvent(Tokens& tokens) {
@@ -188,11 +209,13 @@ ScenarioEvent parseEvent(Tokens& tokens) {
       char const* word;
       ScenarioEvent (*parse)(Tokens&);
    };
-   constexpr std::array verbs = {Verb{"group", parseGroup},       Verb{"no", parseNo},
-                                 Verb{"hardware", parseHardware}, Verb{"machine", parseMachine},
-                                 Verb{"advance", parseAdvance},   Verb{"settle", parseSettle},
-                                 Verb{"show", parseShow},         Verb{"expect", parseExpect},
-                                 Verb{"trace", parseTrace},       Verb{"say", parseSay}};
+   constexpr std::array verbs = {Verb{"group", parseGroup},     Verb{"replace", parseReplace},
+                                 Verb{"no", parseNo},           Verb{"hardware", parseHardware},
+                                 Verb{"machine", parseMachine}, Verb{"advance", parseAdvance},
+                                 Verb{"settle", parseSettle},   Verb{"verify", parseVerify},
+                                 Verb{"audit", parseAudit},     Verb{"show", parseShow},
+                                 Verb{"expect", parseExpect},   Verb{"trace", parseTrace},
+                                 Verb{"say", parseSay}};
    std::string known;
    for (Verb const& verb : verbs) {
       if (tokens.take(verb.word)) return verb.parse(tokens);

@@ -13,6 +13,8 @@ ScenarioEvent parseEvent(Tokens& tokens);
 
 /// "group".
 ScenarioEvent parseGroup(Tokens& tokens);
+/// "replace".
+ScenarioEvent parseReplace(Tokens& tokens);
 /// "hardware".
 ScenarioEvent parseHardware(Tokens& tokens);
 /// "machine".

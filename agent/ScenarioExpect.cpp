@@ -84,6 +84,10 @@ ScenarioEvent parseExpect(Tokens& tokens) {
       std::uint64_t const count = tokens.number("a count", greatestCount);
       return expectation([key, count](Stage& stage) { stage.expectReferences(key, count); });
    }
+   if (tokens.take("differences")) {
+      std::uint64_t const count = tokens.number("a count", greatestCount);
+      return expectation([count](Stage& stage) { stage.expectDifferences(count); });
+   }
    if (tokens.take("resource-full")) {
       bool const wanted = tokens.take("yes");
       if (!wanted) tokens.need("no");
@@ -100,7 +104,7 @@ ScenarioEvent parseExpect(Tokens& tokens) {
    }
    tokens.unexpected(
        "one of hardware, backlog, not-programmed, calls, log, high-water, "
-       "references, resource-full, time");
+       "references, differences, resource-full, time");
 }
 
 }  // namespace Agent

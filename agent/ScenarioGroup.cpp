@@ -84,21 +84,29 @@ std::vector<Change> parseChanges(Tokens& tokens) {
    return changes;
 }
 
-}  // namespace
-
-ScenarioEvent parseGroup(Tokens& tokens) {
+/// The group that is there, or always a new one, with the changes that follow.
+ScenarioEvent parseGroupEvent(Tokens& tokens, bool anew) {
    Mdl::String const name = tokens.read("the name of a group", nameFromText);
    std::vector<Change> const changes = parseChanges(tokens);
    ScenarioEvent event;
-   event.act = [name, changes](Stage& stage) {
+   event.act = [name, changes, anew](Stage& stage) {
       World& world = stage.world();
-      auto const group = world.groupFor(name);
+      auto const group = anew ? World::newGroup(name) : world.groupFor(name);
       for (Change const& change : changes) {
          stage.attempt([&] { change(*group); });
       }
       world.groupIs(group);
    };
    return event;
+}
+
+}  // namespace
+
+ScenarioEvent parseGroup(Tokens& tokens) { return parseGroupEvent(tokens, false); }
+
+ScenarioEvent parseReplace(Tokens& tokens) {
+   tokens.need("group");
+   return parseGroupEvent(tokens, true);
 }
 
 }  // namespace Agent

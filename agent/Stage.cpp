@@ -1,5 +1,6 @@
 #include "agent/Stage.h"
 
+#include "agent/BookCheck.h"
 #include "agent/TextReport.h"
 #include "agent/Wording.h"
 #include "platform/sim/KeyText.h"
@@ -49,6 +50,7 @@ void Stage::show(std::string const& section) {
    Report const report(world_, scope);
    if (all || section == "groups") printGroups(*out_, report);
    if (all || section == "hardware") printHardware(*out_, report);
+   if (section == "restart" || (all && report.restart.found != 0)) printRestart(*out_, report);
    if (all || section == "backlog") printBacklog(*out_, report);
    if (all || section == "log") printLog(*out_, report);
    if (all || section == "summary") printSummary(*out_, report);
@@ -56,6 +58,29 @@ void Stage::show(std::string const& section) {
 
 void Stage::say(std::string const& text) {
    if (out_ != nullptr) *out_ << "    " << text << '\n';
+}
+
+void Stage::killIn(std::uint64_t calls) {
+   world_.killIn(calls, [out = out_] {
+      if (out != nullptr) out->flush();
+   });
+}
+
+void Stage::verify() {
+   if (!world_.machine()) return say("no machine to verify");
+   if (!world_.machine()->initializedAndReady()) return say("verify: not before the machine runs");
+   sayFindings("verify", verifyBooks(world_));
+}
+
+void Stage::audit() {
+   if (!world_.machine()) return say("no machine to audit");
+   sayFindings("audit", auditBooks(world_));
+}
+
+void Stage::sayFindings(char const* what, std::vector<std::string> const& findings) {
+   std::string const head = std::string(what) + ": ";
+   if (findings.empty()) return say(head + "all is well");
+   for (std::string const& finding : findings) say(head + finding);
 }
 
 Report Stage::everything() const {
@@ -98,6 +123,10 @@ void Stage::expectLog(std::vector<std::string> const& wanted) {
          "log " + joined(found, [](Mdl::LogHandle const* message) {
             return std::string(message->name());
          }));
+}
+
+void Stage::expectDifferences(std::uint64_t wanted) {
+   expectText("differences", std::to_string(wanted), std::to_string(auditBooks(world_).size()));
 }
 
 void Stage::expectReferences(KeyPattern const& key, std::uint64_t wanted) {

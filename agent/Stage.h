@@ -37,6 +37,11 @@ class Stage {
    /// The sections of a report: groups, hardware, backlog, log, summary; all of them for "all".
    void show(std::string const& section);
    void say(std::string const& text);
+   /// The process dies in the n-th hook call from now on; what has been told so far is told.
+   void killIn(std::uint64_t calls);
+   /// Has the machine verify its books, or audits them, and says what is wrong or that nothing is.
+   void verify();
+   void audit();
 
    // Expectations. Each notes whether it was met, and says so.
 
@@ -46,6 +51,8 @@ class Stage {
    /// Of the last event that was no expectation.
    void expectCalls(std::vector<CallPattern> const& wanted);
    void expectLog(std::vector<std::string> const& wanted);
+   /// How many differences an audit finds.
+   void expectDifferences(std::uint64_t wanted);
    void expectReferences(KeyPattern const& key, std::uint64_t wanted);
    /// Anything that compares as text.
    void expectText(std::string const& subject, std::string const& wanted, std::string const& found);
@@ -56,6 +63,7 @@ class Stage {
    std::vector<Unmet> const& unmet() const noexcept { return unmet_; }
 
  private:
+   void sayFindings(char const* what, std::vector<std::string> const& findings);
    void judge(bool met, std::string const& wanted, std::string const& found);
    Report everything() const;
 

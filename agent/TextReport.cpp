@@ -45,9 +45,14 @@ void printMore(std::ostream& out, std::size_t shown, std::size_t total) {
 
 /// What makes an entry worth a second look.
 std::string entryNote(KeyRow const& row) {
-   if (row.references == 0) return "no group calls for it";
-   if (row.groups.size() > 1) return "shared by " + counted(row.groups.size(), "group");
-   return "";
+   std::string note;
+   if (row.references == 0) {
+      note = "no group calls for it";
+   } else if (row.groups.size() > 1) {
+      note = "shared by " + counted(row.groups.size(), "group");
+   }
+   if (!row.fate) return note;
+   return note.empty() ? fateText(*row.fate) : note + "; " + fateText(*row.fate);
 }
 
 void printRows(std::ostream& out, Rows const& list) {
@@ -106,6 +111,25 @@ void printHardware(std::ostream& out, Report const& report) {
    for (KeyRow const& row : report.hardware.rows) table.row(keyCells(row, entryNote(row)));
    table.print(out);
    printMore(out, report.hardware.rows.size(), report.hardware.total);
+}
+
+void printRestart(std::ostream& out, Report const& report) {
+   Restart const& restart = report.restart;
+   out << "Found in hardware: " << counted(restart.found, "entry", "entries");
+   if (restart.found != 0) {
+      out << "; " << restart.takenOver << " taken over, " << restart.rewritten << " written again, "
+          << restart.unclaimed << " removed as unclaimed";
+      if (restart.removed != 0) out << ", " << restart.removed << " removed";
+      if (restart.heldOver != 0) out << ", " << restart.heldOver << " not asked for yet";
+   }
+   out << '\n';
+   if (restart.gone.rows.empty()) return;
+   TextTable table(keyColumns("WHAT BECAME OF IT"));
+   for (KeyRow const& row : restart.gone.rows) {
+      table.row(keyCells(row, row.fate ? fateText(*row.fate) : ""));
+   }
+   table.print(out);
+   printMore(out, restart.gone.rows.size(), restart.gone.total);
 }
 
 void printBacklog(std::ostream& out, Report const& report) {

@@ -10,6 +10,8 @@ namespace Agent {
 
 void printGroups(std::ostream& out, Report const& report);
 void printHardware(std::ostream& out, Report const& report);
+/// What the machine found in hardware when it was built.
+void printRestart(std::ostream& out, Report const& report);
 /// What waits, and what is neither in hardware nor waiting.
 void printBacklog(std::ostream& out, Report const& report);
 void printLog(std::ostream& out, Report const& report);

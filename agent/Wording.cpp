@@ -1,6 +1,7 @@
 #include "agent/Wording.h"
 
 #include "mdl/Format.h"
+#include "platform/sim/KeyText.h"
 
 #include <algorithm>
 
@@ -63,6 +64,34 @@ std::string namesText(std::vector<Mdl::String> const& names, std::size_t most) {
 
 std::string vrfText(L3::VrfName const& vrf) {
    return vrf.empty() ? "(none)" : vrf.name().stdString();
+}
+
+std::string findingText(Fwd::AuditFinding const& finding) {
+   using Kind = Fwd::AuditFinding::Kind;
+   std::string const key = Sim::keyText(finding.key);
+   switch (finding.kind) {
+      case Kind::countDiffers:
+         return key + ": the groups hold " + counted(finding.held, "reference") + ", " +
+                std::to_string(finding.counted) + " counted";
+      case Kind::waitingUncounted: return key + ": waits, and no group holds it";
+      case Kind::ownerWithoutKey:
+         return key + ": the VRF owns the destination without a key in hardware";
+      case Kind::missingInHardware: return key + ": accepted, and not in hardware";
+      case Kind::unwantedInHardware: return key + ": in hardware, and no group holds it";
+      case Kind::waitingInHardware: return key + ": in hardware, and waits to be programmed";
+   }
+   return key;
+}
+
+char const* fateText(TakeOver::Fate fate) noexcept {
+   switch (fate) {
+      case TakeOver::Fate::heldOver: return "found, not asked for yet";
+      case TakeOver::Fate::takenOver: return "taken over";
+      case TakeOver::Fate::rewritten: return "found, written again";
+      case TakeOver::Fate::unclaimed: return "removed as unclaimed";
+      case TakeOver::Fate::removed: return "removed";
+   }
+   return "";
 }
 
 std::string reasonText(KeyRow const& row) {

@@ -26,4 +26,10 @@ std::string vrfText(L3::VrfName const& vrf);
 /// Why the key of the row is not in hardware, as a sentence without its full stop.
 std::string reasonText(KeyRow const& row);
 
+/// What an audit found, as a sentence without its full stop.
+std::string findingText(Fwd::AuditFinding const& finding);
+
+/// What became of an entry that a machine found in hardware.
+char const* fateText(TakeOver::Fate fate) noexcept;
+
 }  // namespace Agent

@@ -1,8 +1,11 @@
 #include "agent/World.h"
 
 #include "agent/MachineView.h"
+#include "platform/sim/StateFile.h"
 
+#include <csignal>
 #include <cstdint>
+#include <utility>
 
 namespace Agent {
 
@@ -40,6 +43,7 @@ World::World()
 }
 
 void World::noteCall(Sim::Call const& call) {
+   takeOver_.note(call);
    refusals_.note(call, machine_ && machine_->unprogrammedKeyHas(call.key));
    if (refusals_.size() > refusalsWorthPruning_) {
       refusals_.prune(
@@ -47,13 +51,23 @@ void World::noteCall(Sim::Call const& call) {
       refusalsWorthPruning_ = fewRefusals + 2 * refusals_.size();
    }
    if (callObserver_) callObserver_(call);
+   if (callsToLive_ == 0 || --callsToLive_ != 0) return;
+   beforeDeath_();
+   std::raise(SIGKILL);
+}
+
+void World::killIn(std::uint64_t calls, std::function<void()> before) {
+   callsToLive_ = calls;
+   beforeDeath_ = std::move(before);
 }
 
 World::~World() {
    // Nobody listens any more to what the tear-down does.
    hardware_->observerIs({});
-   machine_ = nullptr;
+   stop(keepHardware_);
 }
+
+void World::resume(std::unique_ptr<Sim::StateFile> file) { hardware_->resume(std::move(file)); }
 
 void World::configure(Configuration const& configuration) {
    configure(configuration.hardware);
@@ -87,6 +101,8 @@ void World::configure(GroupConfiguration const& configuration) {
 
 void World::build() {
    if (machine_) return;
+   hardware_->holdOver();
+   takeOver_.begin(hardware_->table());
    machine_ = Fwd::fwdDecapGroupSmFactory(shared_, config_, status_, ipStatus_, ip6Status_,
                                           time_.clock(), hardware_);
    reviewChanged();
@@ -107,7 +123,11 @@ void World::stop(bool keepHardware) {
 }
 
 Mdl::Ptr<World::DecapGroup> World::groupFor(Mdl::String const& name) {
-   if (auto const known = group(name)) return known;
+   auto const known = group(name);
+   return known ? known : newGroup(name);
+}
+
+Mdl::Ptr<World::DecapGroup> World::newGroup(Mdl::String const& name) {
    auto const made = Mdl::allocate<DecapGroup>(name);
    made->forwardingVrfIs(L3::VrfName::defaultVrf());
    return made;

@@ -4,12 +4,15 @@
 #include "agent/Configuration.h"
 #include "agent/OperatorLog.h"
 #include "agent/Refusals.h"
+#include "agent/TakeOver.h"
 #include "platform/sim/SimHelper.h"
 #include "platform/sim/SimTime.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace Agent {
@@ -39,15 +42,22 @@ class World {
    World();
    World(World const&) = delete;
    World& operator=(World const&) = delete;
-   /// Drops the machine first, which withdraws what it programmed.
+   /// Drops the machine first, which withdraws what it programmed unless hardware is to be kept.
    ~World();
 
    /// Adds the groups and takes over the settings. A group that exists is changed.
    void configure(Configuration const& configuration);
 
+   /// Goes on with the hardware table that the file holds, and keeps it there. Before anything is
+   /// built or configured.
+   void resume(std::unique_ptr<Sim::StateFile> file);
+   /// Whether the end of the world, however it comes, leaves hardware as it is. False at first.
+   void keepHardwareIs(bool keep) noexcept { keepHardware_ = keep; }
+
    // The machine's life.
 
-   /// Builds the machine without telling it to begin. Nothing when there is one.
+   /// Builds the machine without telling it to begin. What hardware holds is held over: what the
+   /// machine does not ask for goes once it has the whole configuration. Nothing when there is one.
    void build();
    /// The configuration is complete.
    void configReady() { config_->readyIs(true); }
@@ -66,6 +76,8 @@ class World {
    /// The group, made when it does not exist. A new one is not part of the configuration yet: set
    /// its attributes, then `groupIs`.
    Mdl::Ptr<DecapGroup> groupFor(Mdl::String const& name);
+   /// A group of its own, whether or not there is one of that name. For `groupIs`.
+   static Mdl::Ptr<DecapGroup> newGroup(Mdl::String const& name);
    /// The group, null when there is none.
    Mdl::Ptr<DecapGroup> group(Mdl::String const& name) const;
    /// Makes the group part of the configuration, instead of another of the same name.
@@ -98,15 +110,23 @@ class World {
    /// Null while there is none.
    Mdl::Ptr<Fwd::FwdDecapGroupSm> const& machine() const noexcept { return machine_; }
    Tunnel::Decap::Hardware::Status const& status() const noexcept { return *status_; }
+   /// Requests for verification, and what verifications reported.
+   Fwd::VerifyData& verifyData() const noexcept { return *shared_->verifyData(); }
    Sim::SimHelper& hardware() const noexcept { return *hardware_; }
    OperatorLog& log() noexcept { return log_; }
    OperatorLog const& log() const noexcept { return log_; }
    Refusals& refusals() noexcept { return refusals_; }
    Refusals const& refusals() const noexcept { return refusals_; }
    ReviewConfiguration& review() noexcept { return review_; }
+   /// What the last machine that was built found in hardware.
+   TakeOver const& takeOver() const noexcept { return takeOver_; }
    /// Hands the review settings to the machine.
    void reviewChanged();
    void callCostIs(Mdl::Seconds cost) { hardware_->callCostIs(cost, &time_); }
+
+   /// Kills the process, as SIGKILL does, in the n-th hook call from now on: its outcome stands,
+   /// and the machine has not heard of it. `before` is run first.
+   void killIn(std::uint64_t calls, std::function<void()> before);
 
    void callObserverIs(CallObserver observer) { callObserver_ = std::move(observer); }
    void faultHandlerIs(FaultHandler handler) { faultHandler_ = std::move(handler); }
@@ -122,6 +142,10 @@ class World {
    OperatorLog log_;
    Refusals refusals_;
    std::size_t refusalsWorthPruning_ = 0;
+   TakeOver takeOver_;
+   bool keepHardware_ = false;
+   std::uint64_t callsToLive_ = 0;  ///< 0: any number
+   std::function<void()> beforeDeath_;
    ReviewConfiguration review_;
    CallObserver callObserver_;
    FaultHandler faultHandler_;

@@ -19,8 +19,8 @@ std::string errorOf(std::string const& text) {
 
 TEST(ScenarioError, NamesLineAndColumn) {
    EXPECT_EQ(errorOf("# first\n\n  grup a\n"),
-             "s.scn:3:3: expected one of group, no, hardware, machine, advance, settle, show, "
-             "expect, trace, say, found \"grup\"");
+             "s.scn:3:3: expected one of group, replace, no, hardware, machine, advance, "
+             "settle, verify, audit, show, expect, trace, say, found \"grup\"");
 }
 
 TEST(ScenarioError, OfAGroup) {
@@ -38,13 +38,16 @@ TEST(ScenarioError, OfAGroup) {
              "s.scn:1:12: bits are set beyond the prefix length: \"10.1.2.3/16\" lies in "
              "10.1.0.0/16");
    EXPECT_EQ(errorOf("group a no vrf"), "s.scn:1:12: expected ip, found \"vrf\"");
+   EXPECT_EQ(errorOf("replace grup a"), "s.scn:1:9: expected group, found \"grup\"");
+   EXPECT_EQ(errorOf("replace group a typ gre"),
+             "s.scn:1:17: expected one of type, port, payload, vrf, ip, no ip, found \"typ\"");
    EXPECT_EQ(errorOf("no grup a"), "s.scn:1:4: expected group, found \"grup\"");
 }
 
 TEST(ScenarioError, OfTheHardware) {
    EXPECT_EQ(errorOf("hardware off"),
-             "s.scn:1:10: expected one of capacity, latency, call-cost, not-ready, ready, answer, "
-             "no, udp-wait, found \"off\"");
+             "s.scn:1:10: expected one of capacity, latency, call-cost, not-ready, ready, clear, "
+             "answer, no, udp-wait, found \"off\"");
    EXPECT_EQ(errorOf("hardware capacity many"),
              "s.scn:1:19: expected a number of entries or \"unlimited\", a whole number from 0 to "
              "4294967295, found \"many\"");
@@ -58,11 +61,17 @@ TEST(ScenarioError, OfTheHardware) {
 TEST(ScenarioError, OfTimeAndLooks) {
    EXPECT_EQ(errorOf("advance"), "s.scn:1:8: expected seconds, found the end of the line");
    EXPECT_EQ(errorOf("show me"),
-             "s.scn:1:6: expected one of all, groups, hardware, backlog, log, summary, found "
-             "\"me\"");
+             "s.scn:1:6: expected one of all, groups, hardware, restart, backlog, log, summary, "
+             "found \"me\"");
    EXPECT_EQ(errorOf("machine begin"),
-             "s.scn:1:9: expected one of start, build, config-ready, initialized, stop, "
+             "s.scn:1:9: expected one of start, build, config-ready, initialized, stop, kill, "
              "review-interval, review-budget, found \"begin\"");
+   EXPECT_EQ(errorOf("machine kill"), "s.scn:1:13: expected in, found the end of the line");
+   EXPECT_EQ(errorOf("machine kill in call x"),
+             "s.scn:1:22: expected the number of a call, a whole number from 0 to 4294967295, "
+             "found \"x\"");
+   EXPECT_EQ(errorOf("verify it"), "s.scn:1:8: expected the end of the line, found \"it\"");
+   EXPECT_EQ(errorOf("audit it"), "s.scn:1:7: expected the end of the line, found \"it\"");
    EXPECT_EQ(errorOf("trace 32"),
              "s.scn:1:7: expected a trace level, a whole number from 0 to 31, found \"32\"");
 }
@@ -70,7 +79,7 @@ TEST(ScenarioError, OfTimeAndLooks) {
 TEST(ScenarioError, OfAnExpectation) {
    EXPECT_EQ(errorOf("expect everything"),
              "s.scn:1:8: expected one of hardware, backlog, not-programmed, calls, log, "
-             "high-water, references, resource-full, time, found \"everything\"");
+             "high-water, references, differences, resource-full, time, found \"everything\"");
    EXPECT_EQ(errorOf("expect hardware 10.1.0.0/16,"),
              "s.scn:1:29: expected a prefix, found the end of the line");
    EXPECT_EQ(errorOf("expect calls erase 10.1.0.0/16"),

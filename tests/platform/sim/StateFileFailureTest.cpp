@@ -2,18 +2,17 @@
 
 #include "platform/sim/SimHelper.h"
 #include "platform/sim/SimTime.h"
+#include "support/SmallDisk.h"
 #include "support/StateFiles.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace Sim {
@@ -22,29 +21,9 @@ namespace {
 using Support::fileTexts;
 using Support::KeptTable;
 using Support::numberedKey;
+using Support::SmallDisk;
 using Support::udpKey;
 using Texts = std::vector<std::string>;
-
-/// A disk on which no file grows beyond so many bytes, while this object lives.
-class SmallDisk {
- public:
-   explicit SmallDisk(std::uint64_t bytes) : action_(std::signal(SIGXFSZ, SIG_IGN)) {
-      ::getrlimit(RLIMIT_FSIZE, &before_);
-      rlimit limit = before_;
-      limit.rlim_cur = bytes;
-      ::setrlimit(RLIMIT_FSIZE, &limit);
-   }
-   SmallDisk(SmallDisk const&) = delete;
-   SmallDisk& operator=(SmallDisk const&) = delete;
-   ~SmallDisk() {
-      ::setrlimit(RLIMIT_FSIZE, &before_);
-      std::signal(SIGXFSZ, action_);
-   }
-
- private:
-   void (*action_)(int);
-   rlimit before_{};
-};
 
 class StateFileFailure : public testing::Test {
  protected:
