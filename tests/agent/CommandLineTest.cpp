@@ -1,5 +1,7 @@
 #include "agent/CommandLine.h"
+#include "support/StateFiles.h"
 #include "support/TempFile.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -42,6 +44,17 @@ TEST_F(CommandLine, TakesAScenarioOfAnyName) {
    EXPECT_EQ(call({"run", "--scenario", oddlyNamed.path().c_str()}), 0) << err.str();
 }
 
+TEST_F(CommandLine, KeepsHardwareInAFile) {
+   Support::TempFolder const folder;
+   std::string const state = folder.path("hw.state");
+   char const* const file = state.c_str();
+   EXPECT_EQ(call({"run", configuration.path().c_str(), "--hardware-state", file}), 0);
+   EXPECT_EQ(Support::fileTexts(state).size(), 0u);
+   EXPECT_EQ(
+       call({"run", configuration.path().c_str(), "--hardware-state", file, "--keep-hardware"}), 0);
+   EXPECT_EQ(Support::fileTexts(state).size(), 1u);
+}
+
 TEST_F(CommandLine, HelpIsNoFailure) {
    EXPECT_EQ(call({"run", "--help"}), 0);
    EXPECT_NE(out.str().find("--trace"), std::string::npos);
@@ -56,6 +69,8 @@ TEST_F(CommandLine, WhatItDoesNotUnderstandIsBadInput) {
    EXPECT_EQ(call({"run", "a.scn", "b.scn"}), 2);
    EXPECT_EQ(call({"run", "a.scn", "--trace", "32"}), 2);
    EXPECT_EQ(call({"run", "a.scn", "--limit", "-1"}), 2);
+   EXPECT_EQ(call({"run", "a.scn", "--hardware-state", ""}), 2);
+   EXPECT_EQ(call({"run", "a.scn", "--keep-hardware"}), 2) << "where would it be kept?";
    EXPECT_EQ(out.str(), "");
 }
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <iostream>
+
 namespace Agent {
 namespace {
 
@@ -47,6 +50,60 @@ TEST(World, KeepsHardwareWhenToldTo) {
    world.start();
    world.stop();
    EXPECT_EQ(world.hardware().table().size(), 0u);
+}
+
+TEST(World, TheNextMachineRemovesWhatItDoesNotAskFor) {
+   World world;
+   Configuration configuration;
+   configuration.groups.push_back(group("a", "red", {"10.1.0.0/16", "10.2.0.0/16"}));
+   world.configure(configuration);
+   world.start();
+   world.stop(true);
+   world.group("a")->decapIpDel(Pkt::IpGenPrefix::fromText("10.2.0.0/16"));
+   world.build();
+   EXPECT_EQ(world.takeOver().count(TakeOver::Fate::heldOver), 2u);
+   EXPECT_EQ(world.hardware().table().size(), 2u) << "nothing happens before readiness";
+   world.start();
+   EXPECT_EQ(world.hardware().table().size(), 1u);
+   EXPECT_EQ(world.takeOver().count(TakeOver::Fate::takenOver), 1u);
+   EXPECT_EQ(world.takeOver().count(TakeOver::Fate::unclaimed), 1u);
+   EXPECT_EQ(world.hardware().written(), 2u) << "by the first machine";
+}
+
+TEST(World, AReplacedGroupHasNoSayAnyMore) {
+   World world;
+   world.start();
+   auto const old = World::newGroup("a");
+   world.groupIs(old);
+   auto const next = World::newGroup("a");
+   world.groupIs(next);
+   EXPECT_EQ(world.group("a"), next);
+   EXPECT_EQ(world.groups().size(), 1u);
+   old->tunnelTypeIs(Tunnel::Decap::TunnelType::gre);
+   old->decapIpIs(Pkt::IpGenPrefix::fromText("10.1.0.0/16"));
+   EXPECT_EQ(world.hardware().table().size(), 0u);
+   next->tunnelTypeIs(Tunnel::Decap::TunnelType::gre);
+   next->decapIpIs(Pkt::IpGenPrefix::fromText("10.1.0.0/16"));
+   EXPECT_EQ(world.hardware().table().size(), 1u);
+}
+
+TEST(WorldDeath, DiesInTheCallThatItIsTold) {
+   World world;
+   world.start();
+   auto const programmed = [&](int prefixes) {
+      auto const group = World::newGroup("a");
+      group->tunnelTypeIs(Tunnel::Decap::TunnelType::gre);
+      world.groupIs(group);
+      for (int i = 0; i < prefixes; ++i) {
+         group->decapIpIs(Pkt::IpGenPrefix::fromText("10." + std::to_string(i) + ".0.0/16"));
+      }
+   };
+   auto const tell = [&] { std::cerr << world.hardware().table().size() << " written"; };
+   world.killIn(3, tell);
+   EXPECT_EXIT(programmed(5), testing::KilledBySignal(SIGKILL), "^3 written$");
+   world.killIn(0, tell);
+   programmed(5);
+   EXPECT_EQ(world.hardware().table().size(), 5u);
 }
 
 TEST(World, IsQuietAtOnceWhenNothingWaits) {
