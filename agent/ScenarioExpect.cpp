@@ -50,6 +50,23 @@ ScenarioEvent parseLog(Tokens& tokens) {
    return expectation([names](Stage& stage) { stage.expectLog(names); });
 }
 
+/// What is one number and has no list.
+std::optional<ScenarioEvent> parseNumber(Tokens& tokens) {
+   if (tokens.take("high-water")) {
+      return expectCount("high-water", tokens.number("a count", greatestCount), highWater);
+   }
+   if (tokens.take("references")) {
+      KeyPattern const key = parseKeyPattern(tokens);
+      std::uint64_t const count = tokens.number("a count", greatestCount);
+      return expectation([key, count](Stage& stage) { stage.expectReferences(key, count); });
+   }
+   if (tokens.take("differences")) {
+      std::uint64_t const count = tokens.number("a count", greatestCount);
+      return expectation([count](Stage& stage) { stage.expectDifferences(count); });
+   }
+   return std::nullopt;
+}
+
 }  // namespace
 
 ScenarioEvent parseExpect(Tokens& tokens) {
@@ -76,18 +93,7 @@ ScenarioEvent parseExpect(Tokens& tokens) {
       return expectation([calls](Stage& stage) { stage.expectCalls(calls); });
    }
    if (tokens.take("log")) return parseLog(tokens);
-   if (tokens.take("high-water")) {
-      return expectCount("high-water", tokens.number("a count", greatestCount), highWater);
-   }
-   if (tokens.take("references")) {
-      KeyPattern const key = parseKeyPattern(tokens);
-      std::uint64_t const count = tokens.number("a count", greatestCount);
-      return expectation([key, count](Stage& stage) { stage.expectReferences(key, count); });
-   }
-   if (tokens.take("differences")) {
-      std::uint64_t const count = tokens.number("a count", greatestCount);
-      return expectation([count](Stage& stage) { stage.expectDifferences(count); });
-   }
+   if (auto const number = parseNumber(tokens)) return *number;
    if (tokens.take("resource-full")) {
       bool const wanted = tokens.take("yes");
       if (!wanted) tokens.need("no");
