@@ -122,6 +122,18 @@ TEST_F(Audit, TakesAKeyThatWasRefusedForGoodForWhatItIs) {
    EXPECT_TRUE(sm->refusedKey().empty());
 }
 
+TEST_F(Audit, AKeyThatWasRefusedForGoodMakesNoOwner) {
+   givenGroup("red");
+   givenRunning();
+   hardware->script().forPrefix(prefix("10.1.0.0/16"), Sim::Answer::of(Fwd::dgRcUnSupported));
+   whenDecapIpAdded("red", "10.1.0.0/16");
+   sm->tunnelTypeDecapIpToVrfIs({TunnelType::udp, prefix("10.1.0.0/16")}, vrf("default"));
+   EXPECT_EQ(
+       findings(),
+       (Findings{{Kind::ownerWithoutKey, Fwd::DecapKey({}, prefix("10.1.0.0/16"), TunnelType::udp,
+                                                       0, {}, vrf("default"))}}));
+}
+
 TEST_F(Audit, TakesAWaitingKeyForWhatItIs) {
    givenGroup("red");
    givenGroup("blue", {.vrf = "blue"});

@@ -3,6 +3,7 @@
 #include "support/MachineChecks.h"
 
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -213,6 +214,44 @@ TEST_F(Construction, AnyFailingStepReleasesWhatWasBuilt) {
    EXPECT_TRUE(built);
    EXPECT_GT(successes, 10);
    thenCalls({});
+}
+
+/// Construction seen from inside: the first thing that a group traces is looked at from the sink.
+class ConstructionStep : public Construction {
+ protected:
+   template <class Look>
+   void whenMadeAndTheFirstGroupTraces(Look const& look) {
+      givenPopulatedInputs();
+      givenTraceLevels({2});
+      bool first = true;
+      Mdl::Trace::sinkIs([&](Mdl::TraceRecord const&) {
+         if (std::exchange(first, false)) look();
+      });
+      givenMachine();
+      givenTraceLevels({});
+      EXPECT_FALSE(first);
+   }
+};
+
+TEST_F(ConstructionStep, GroupsComeAfterTheInputsAndBeforeInterfacesAndVerification) {
+   bool looked = false;
+   whenMadeAndTheFirstGroupTraces([&] {
+      looked = true;
+      EXPECT_FALSE(config->notifiees().empty());
+      EXPECT_FALSE(ip->notifiees().empty());
+      EXPECT_FALSE(ip6->notifiees().empty());
+      EXPECT_FALSE(time.clock()->notifiees().empty());
+      EXPECT_FALSE(groups[0]->notifiees().empty());
+      EXPECT_TRUE(groups[1]->notifiees().empty()) << "the second group is next";
+      EXPECT_TRUE(ip->ipIntfStatus(intf("et1"))->notifiees().empty());
+      EXPECT_TRUE(ip6->intf(intf("et1"))->notifiees().empty());
+      EXPECT_TRUE(verifyData->notifiees().empty());
+   });
+   EXPECT_TRUE(looked);
+   EXPECT_FALSE(groups[1]->notifiees().empty());
+   EXPECT_FALSE(ip->ipIntfStatus(intf("et1"))->notifiees().empty());
+   EXPECT_FALSE(ip6->intf(intf("et1"))->notifiees().empty());
+   EXPECT_FALSE(verifyData->notifiees().empty());
 }
 
 class Settings : public DecapFixture {};

@@ -205,6 +205,17 @@ TEST_F(GroupDelete, AsksForAVerificationWhileOneIsRequested) {
    EXPECT_TRUE(verifyData->cliVerifyOutput().empty());
 }
 
+TEST_F(GroupDeleteAlarm, IsClearedBeforeTheVerification) {
+   verifyData->requestVerifyIs(true);
+   bool full = true;
+   hardware->observerIs([&](Sim::Call const& call) {
+      if (call.operation == Sim::Operation::verify) full = status->hwResourceFull();
+   });
+   whenGroupRemoved("red");
+   hardware->observerIs({});
+   EXPECT_FALSE(full);
+}
+
 TEST_F(GroupDelete, AsksForNoVerificationUnlessOneIsRequested) {
    givenKeys();
    auto const requests = ChangeLog::of(verifyData);

@@ -235,4 +235,40 @@ TEST_F(GroupRegistry, AFaultWhileDeletingAllStillDeletesTheOthersInTheEnd) {
    EXPECT_TRUE(sm->mdlDecapGroup().empty());
 }
 
+// A reactor gets the machine's own state whenever it is registered or re-pointed.
+
+TEST_F(GroupRegistry, RepointingOnAMachineAtRestPutsARevivedReactorToRest) {
+   givenGroup("red");
+   givenMachine();
+   sm->mdlDoZombieReactors(true);
+   reactor("red")->mdlDoZombieReactors(false);
+   sm->decapGroupIs(makeGroup("red", {}));
+   EXPECT_TRUE(reactor("red")->isMarkedForDeletion());
+}
+
+TEST_F(GroupRegistry, RepointingOnALivingMachineRevivesTheReactor) {
+   givenGroup("red");
+   givenMachine();
+   reactor("red")->mdlDoZombieReactors(true);
+   sm->decapGroupIs(makeGroup("red", {}));
+   EXPECT_FALSE(reactor("red")->isMarkedForDeletion());
+}
+
+TEST_F(GroupRegistry, ADeletedReactorThatIsRevivedNoLongerReachesTheMachine) {
+   givenGroup("red");
+   givenRunning();
+   auto const held = reactor("red");
+   sm->decapGroupDel(Mdl::String("red"));
+   held->isMarkedForDeletionIs(false);
+   held->hasNotificationActiveIs(true);
+   forgetSoFar();
+   givenTraceLevels({2});
+   groupNamed("red").decapIpIs(prefix("10.1.0.0/16"));
+   groupNamed("red").tunnelTypeIs(TunnelType::gre);
+   groupNamed("red").destPortIs(6081);
+   thenTraces({});
+   thenCalls({});
+   thenCounts({});
+}
+
 }  // namespace

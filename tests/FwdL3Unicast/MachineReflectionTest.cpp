@@ -3,8 +3,6 @@
 #include "support/DecapFixture.h"
 #include "support/MachineChecks.h"
 
-#include <array>
-
 namespace {
 
 using Kind = Mdl::Member::Kind;
@@ -167,13 +165,19 @@ TEST_F(MachineReflection, ReadsTheScalars) {
    EXPECT_FALSE(value<bool>("dgConfigReadyHandled"));
    EXPECT_FALSE(value<bool>("initialized"));
 
+   sm->disableCleanupOnRestartIs(true);
+   EXPECT_TRUE(value<bool>("disableCleanupOnRestart"));
+   sm->initializedIs(true);
+   EXPECT_TRUE(value<bool>("initialized"));
+   EXPECT_FALSE(value<bool>("dgConfigReadyHandled"));
+
    sm->reviewIntervalIs(2.5);
    sm->reviewQuantaIs(1.5);
-   sm->disableCleanupOnRestartIs(true);
+   sm->disableCleanupOnRestartIs(false);
    givenRunning();
    EXPECT_EQ(value<double>("reviewInterval"), 2.5);
    EXPECT_EQ(value<double>("reviewQuanta"), 1.5);
-   EXPECT_TRUE(value<bool>("disableCleanupOnRestart"));
+   EXPECT_FALSE(value<bool>("disableCleanupOnRestart"));
    EXPECT_TRUE(value<bool>("dgConfigReadyHandled"));
    EXPECT_TRUE(value<bool>("initialized"));
 }
@@ -211,9 +215,18 @@ TEST_F(MachineReflection, ReadsTheCollectionsWithTheirKeys) {
    EXPECT_EQ(entries("unprogrammedKey"), Texts{blue + " true"});
    EXPECT_EQ(entries("tunnelTypeDecapIpToVrf"), Texts{pair + " 'default'"});
    EXPECT_EQ(entries("decapIntfIp"), Texts{"'et1' Fwd::DecapIntfIp"});
-   EXPECT_EQ(Mdl::read(*sm, "mdlDecapGroup").entries.size(), 2U);
-   EXPECT_EQ(Mdl::read(*sm, "mdlIpIntfStatus").entries.size(), 1U);
-   EXPECT_EQ(Mdl::read(*sm, "mdlIp6IntfStatus").entries.size(), 1U);
+   Texts const groupsRead{"red Tunnel::Decap::DecapGroup", "blue Tunnel::Decap::DecapGroup"};
+   Texts const ipRead{"'et1' Ip::IpIntfStatus"};
+   Texts const ip6Read{"'et2' Ip6::IntfStatus"};
+   for (auto const* const name : {"mdlDecapGroup", "decapGroup"}) {
+      EXPECT_EQ(entries(name), groupsRead) << name;
+   }
+   for (auto const* const name : {"mdlIpIntfStatus", "ipIntfStatus"}) {
+      EXPECT_EQ(entries(name), ipRead) << name;
+   }
+   for (auto const* const name : {"mdlIp6IntfStatus", "ip6IntfStatus"}) {
+      EXPECT_EQ(entries(name), ip6Read) << name;
+   }
 }
 
 TEST_F(MachineReflection, ViewsGiveTheEntityThatEachReactorWatches) {
@@ -245,40 +258,19 @@ TEST_F(MachineReflection, RefusesToReadWhatItDoesNotHave) {
              std::string::npos);
 }
 
-TEST_F(MachineReflection, CallsItsOperations) {
-   givenRunning();
-   Mdl::String const text(Support::rep(key("10.1.0.0/16")));
-   Mdl::invoke(*sm, "updateRefCount", std::array{text, Mdl::String("true")});
-   thenCounts({"udp 10.1.0.0/16 port 6080 payload ip vrf default x1"});
-   Mdl::invoke(*sm, "addKeyToUnprogrammed", std::array{text});
-   thenBacklog({"udp 10.1.0.0/16 port 6080 payload ip vrf default"});
-   Mdl::invoke(*sm, "doReview");
-   thenHardware({"udp 10.1.0.0/16 port 6080 payload ip vrf default"});
-   sm->decapIntfIpIs(intf("et1"));
-   Mdl::invoke(*sm, "decapIntfIpDel", std::array{Mdl::String("'et1'")});
-   EXPECT_TRUE(sm->decapIntfIp().empty());
-}
-
-TEST_F(MachineReflection, CallsTheHandlersOfStartUp) {
-   givenMachine();
-   givenTraceLevels({2});
-   Mdl::invoke(*sm, "handleInitialized");
-   config->readyIs(true);
-   forgetSoFar();
-   Mdl::invoke(*sm, "handleDecapGroupConfigReady");
-   Mdl::invoke(*sm, "handleVerify");
-   thenTraces({"handleDecapGroupConfigReady", "handleVerify"});
-}
-
-TEST_F(MachineReflection, RefusesToCallWithWrongArguments) {
-   givenRunning();
-   Mdl::String const noKey("nonsense");
-   EXPECT_THROW(Mdl::invoke(*sm, "updateRefCount", std::array{noKey}), Mdl::ReflectionException);
-   EXPECT_THROW(Mdl::invoke(*sm, "addKeyToUnprogrammed", std::array{noKey}), Mdl::ParseException);
-   EXPECT_THROW(Mdl::invoke(*sm, "refCount"), Mdl::ReflectionException);
-   EXPECT_THROW(Mdl::invoke(*sm, "colour"), Mdl::ReflectionException);
-   thenBacklog({});
-   thenCounts({});
+// A member is found by its number and by its name; what it can do is the same either way.
+TEST_F(MachineReflection, KnowsOfEveryMemberWhatItCanDo) {
+   for (auto const& row : table) {
+      Mdl::Member const& member = *Sm::type().member(row.id);
+      bool const isOperation = row.kind == Kind::operation;
+      EXPECT_EQ(member.read == nullptr, isOperation) << row;
+      EXPECT_EQ(member.invoke != nullptr, isOperation) << row;
+      unsigned const arguments =
+          row.name == "updateRefCount"                                         ? 2
+          : row.name == "decapIntfIpDel" || row.name == "addKeyToUnprogrammed" ? 1
+                                                                               : 0;
+      EXPECT_EQ(member.arguments, arguments) << row;
+   }
 }
 
 }  // namespace

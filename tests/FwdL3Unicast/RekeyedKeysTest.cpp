@@ -15,6 +15,16 @@ class RekeyedKeys : public InterfaceFixture {
       givenRunning();
       forgetSoFar();
    }
+   template <class Changes>
+   void whenNotInitialized(Changes const& changes) {
+      sm->initializedIs(false);
+      changes();
+      sm->initializedIs(true);
+   }
+   void thenKeysAre(Group const& group) const {
+      thenHardware({text("10.0.0.1/32", group), text("10.1.0.0/16", group)});
+      thenBooksAgree();
+   }
    static std::string text(std::string_view destination, Group const& group) {
       return Sim::keyText(key(destination, group));
    }
@@ -46,16 +56,48 @@ TEST_F(RekeyedKeys, TheSetHoldsTheNewKeyBeforeTheMachineIsTold) {
    EXPECT_FALSE(oldOne);
 }
 
-// A key keeps what did not change, whatever the configuration says by now: port changes that were
+// A key keeps what did not change, whatever the configuration says by now: changes that were
 // ignored while the machine was not initialized do not slip in with another change.
-TEST_F(RekeyedKeys, TakesTheOtherValuesFromTheOldKey) {
+
+TEST_F(RekeyedKeys, ANewPortComesAlone) {
    givenKeys();
-   sm->initializedIs(false);
+   whenNotInitialized([&] {
+      groupNamed("red").payloadTypeIs(PayloadType::mpls);
+      groupNamed("red").forwardingVrfIs(vrf("blue"));
+   });
    groupNamed("red").destPortIs(6081);
-   sm->initializedIs(true);
+   thenKeysAre({.port = 6081});
+}
+
+TEST_F(RekeyedKeys, ANewPayloadTypeComesAlone) {
+   givenKeys();
+   whenNotInitialized([&] {
+      groupNamed("red").destPortIs(6081);
+      groupNamed("red").forwardingVrfIs(vrf("blue"));
+   });
    groupNamed("red").payloadTypeIs(PayloadType::mpls);
-   Group const after{.payload = PayloadType::mpls};
-   thenHardware({text("10.0.0.1/32", after), text("10.1.0.0/16", after)});
+   thenKeysAre({.payload = PayloadType::mpls});
+}
+
+TEST_F(RekeyedKeys, ANewVrfComesAlone) {
+   givenKeys();
+   whenNotInitialized([&] {
+      groupNamed("red").destPortIs(6081);
+      groupNamed("red").payloadTypeIs(PayloadType::mpls);
+   });
+   groupNamed("red").forwardingVrfIs(vrf("blue"));
+   thenKeysAre({.vrf = "blue"});
+}
+
+TEST_F(RekeyedKeys, KeepTheTypeThatChangedUnnoticed) {
+   givenKeys();
+   reactor("red")->hasNotificationActiveIs(false);
+   groupNamed("red").tunnelTypeIs(TunnelType::gre);
+   reactor("red")->hasNotificationActiveIs(true);
+   groupNamed("red").destPortIs(6081);
+   groupNamed("red").payloadTypeIs(PayloadType::mpls);
+   groupNamed("red").forwardingVrfIs(vrf("blue"));
+   thenKeysAre({.port = 6081, .payload = PayloadType::mpls, .vrf = "blue"});
 }
 
 TEST_F(RekeyedKeys, AUdpGroupProgramsItsKeysOnceBothValuesAreSet) {

@@ -160,6 +160,17 @@ TEST_P(RekeyingOf, OfAGroupWithoutATunnelTypeOnlyTraces) {
    thenCounts({});
 }
 
+// Such a group has no keys, unless its type went while its reactor was not listening.
+TEST_P(RekeyingOf, OfAGroupWhoseTypeWentUnnoticedLeavesItsKeys) {
+   givenKeys();
+   reactor("red")->hasNotificationActiveIs(false);
+   groupNamed("red").tunnelTypeIs(TunnelType::unknown);
+   reactor("red")->hasNotificationActiveIs(true);
+   whenChanged();
+   thenCalls({});
+   thenCounts({text("10.0.0.1/32", before()) + " x1", text("10.1.0.0/16", before()) + " x1"});
+}
+
 // Old and new value are not compared: a reactor that is given a notifier re-keys at once, and who
 // reports a change that is none wants the entry written again.
 TEST_P(RekeyingOf, ToTheSameValueRewritesTheEntry) {

@@ -153,6 +153,26 @@ TEST_F(TearDown, TwiceCleansUpOnce) {
    thenCalls({});
 }
 
+// The machine's own flag decides. A reactor that was revived alone is not looked at again.
+TEST_F(TearDown, OfAMachineAtRestLooksAtNoReactor) {
+   sm->mdlDoZombieReactors(true);
+   reactor("red")->mdlDoZombieReactors(false);
+   givenTraceLevels({2, 5});
+   forgetSoFar();
+   sm->mdlDoZombieReactors(true);
+   thenTraces({});
+   EXPECT_FALSE(reactor("red")->isMarkedForDeletion());
+}
+
+TEST_F(TearDown, KeepsTheMachineAliveThatAHookDrops) {
+   hardware->duringRemoval(1, [&] { sm = nullptr; });
+   auto const machines = Sm::type().allocations();
+   sm.operator->()->mdlDoZombieReactors(true);
+   EXPECT_EQ(Sm::type().allocations(), machines - 1);
+   EXPECT_EQ(hardware->removeCalls(), 5U);
+   thenHardware({});
+}
+
 TEST_F(TearDown, OfALivingMachineRevivedDoesNothing) {
    givenTraceLevels({2, 5});
    sm->mdlDoZombieReactors(false);
@@ -169,6 +189,23 @@ TEST_F(TearDown, RevivedClearsEveryFlag) {
    EXPECT_TRUE(reactor("red")->hasNotificationActive());
    thenCalls({});
    thenCounts({});
+}
+
+// Groups and IPv6 interfaces clean up in both directions, IPv4 interfaces on their way out only.
+// All of it is deliberate.
+TEST_F(TearDown, RevivedCleansUpGroupsAndIpv6Interfaces) {
+   sm->mdlDoZombieReactors(true);
+   givenTraceLevels({2, 5});
+   forgetSoFar();
+   sm->mdlDoZombieReactors(false);
+   Texts cleanUps;
+   for (auto const& record : traces) {
+      bool const begins =
+          record.text.starts_with("handleDelete") || record.text.starts_with("doIntfCleanup");
+      if (begins) cleanUps.push_back(record.text);
+   }
+   EXPECT_EQ(cleanUps, (Texts{"handleDeleteDecap Group: red", "handleDeleteDecap Group: green",
+                              "doIntfCleanupintfId: Ethernet1"}));
 }
 
 TEST_F(TearDown, RevivedFollowsChangesAgain) {

@@ -73,6 +73,17 @@ TEST_F(VerificationInSimulationDeath, RecordsTheInterfaceKeyBeforeItStops) {
                 "code 3 \\| with a line\nlines of the command: 0");
 }
 
+TEST_F(VerificationInSimulationDeath, StopsTheProcessAlsoWithNothingToRecordItIn) {
+   givenUncountedPrefixKey("10.1.0.0/16");
+   setenv(simulation, "7", 1);
+   EXPECT_DEATH(
+       {
+          sm->verifyDataDel();
+          sm->handleVerify();
+       },
+       assertion);
+}
+
 TEST_F(VerificationInSimulation, PassesConsistentKeys) {
    whenDecapIpAdded("red", "10.1.0.0/16");
    setenv(simulation, "7", 1);

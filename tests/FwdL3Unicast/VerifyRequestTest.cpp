@@ -97,6 +97,18 @@ TEST_F(VerifyRequest, DeletedIsHeardNoMore) {
    EXPECT_EQ(sm->verifyData(), nullptr);
 }
 
+TEST_F(VerifyRequest, DeletedLeavesTheReactorAtRestAndWithoutAWayBack) {
+   auto const before = sm->mdlVerifyData();
+   sm->verifyDataDel();
+   EXPECT_TRUE(before->isMarkedForDeletion());
+   EXPECT_FALSE(before->hasNotificationActive());
+   before->isMarkedForDeletionIs(false);
+   before->hasNotificationActiveIs(true);
+   verifyData->doRequestVerify();
+   before->notifierIs(Mdl::allocate<Fwd::VerifyData>());
+   thenVerified(0);
+}
+
 TEST_F(VerifyRequest, GivenAgainIsHeardAgain) {
    sm->verifyDataDel();
    sm->verifyDataIs(verifyData);
