@@ -103,6 +103,9 @@ void World::build() {
    if (machine_) return;
    hardware_->holdOver();
    takeOver_.begin(hardware_->table());
+   // An agent's status begins with the agent: an alarm that its predecessor left standing is not
+   // its own, and nobody would end it.
+   status_ = Mdl::allocate<Tunnel::Decap::Hardware::Status>();
    machine_ = Fwd::fwdDecapGroupSmFactory(shared_, config_, status_, ipStatus_, ip6Status_,
                                           time_.clock(), hardware_);
    reviewChanged();

@@ -57,7 +57,8 @@ class World {
    // The machine's life.
 
    /// Builds the machine without telling it to begin. What hardware holds is held over: what the
-   /// machine does not ask for goes once it has the whole configuration. Nothing when there is one.
+   /// machine does not ask for goes once it has the whole configuration. Its alarm is off at first.
+   /// Nothing when there is one.
    void build();
    /// The configuration is complete.
    void configReady() { config_->readyIs(true); }

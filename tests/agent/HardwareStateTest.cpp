@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 
@@ -207,6 +208,33 @@ TEST_F(HardwareState, AFileThatCannotBeOpenedIsRefused) {
    EXPECT_EQ(run(options, outStream, errStream), ExitCode::badInput);
    EXPECT_EQ(errStream.str(), "decap-agent: " + options.hardwareState +
                                   ": cannot open: No such file or directory\n");
+}
+
+TEST_F(HardwareState, WhereverTheFileIsCutTheRunEndsInTheTableOfItsConfiguration) {
+   runOn(twoPrefixes);
+   std::string const whole = Support::readFile(state);
+   for (std::size_t length = 0; length < whole.size(); ++length) {
+      Support::writeFile(state, whole.substr(0, length));
+      ASSERT_EQ(runOn(twoPrefixes), ExitCode::ok) << length << ": " << err;
+      Texts table = Support::fileTexts(state);
+      std::ranges::sort(table);
+      ASSERT_EQ(table, (Texts{"gre 10.1.0.0/16 vrf red", "gre 10.2.0.0/16 vrf red"})) << length;
+   }
+}
+
+TEST_F(HardwareState, WhicheverByteIsChangedTheFileIsRefusedOrSetAsideAndNeverBelieved) {
+   runOn(twoPrefixes);
+   std::string const whole = Support::readFile(state);
+   for (std::size_t at = 0; at < whole.size(); ++at) {
+      std::string changed = whole;
+      changed[at] = static_cast<char>(changed[at] ^ 1);
+      Support::writeFile(state, changed);
+      ExitCode const code = runOn(twoPrefixes);
+      ASSERT_TRUE(err.starts_with("decap-agent: " + state + ":")) << at << ": " << err;
+      ASSERT_EQ(std::ranges::count(err, '\n'), 1) << at << ": " << err;
+      std::string const kept = code == ExitCode::ok ? state + ".rejected" : state;
+      ASSERT_EQ(Support::readFile(kept), changed) << at;
+   }
 }
 
 TEST_F(HardwareState, IsNotTouchedForAConfigurationThatCannotBeRead) {

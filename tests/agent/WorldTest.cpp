@@ -70,6 +70,20 @@ TEST(World, TheNextMachineRemovesWhatItDoesNotAskFor) {
    EXPECT_EQ(world.hardware().written(), 2u) << "by the first machine";
 }
 
+TEST(World, TheNextMachineBeginsWithItsAlarmOff) {
+   World world;
+   Configuration configuration;
+   configuration.hardware.capacity = 1;
+   configuration.groups.push_back(group("a", "red", {"10.1.0.0/16", "10.2.0.0/16"}));
+   world.configure(configuration);
+   world.start();
+   world.stop(true);
+   EXPECT_TRUE(world.status().hwResourceFull()) << "left as it stands";
+   world.group("a")->decapIpDel(Pkt::IpGenPrefix::fromText("10.2.0.0/16"));
+   world.start();
+   EXPECT_FALSE(world.status().hwResourceFull());
+}
+
 TEST(World, AReplacedGroupHasNoSayAnyMore) {
    World world;
    world.start();
