@@ -52,8 +52,11 @@ void FwdDecapGroupSm::handleInitialized() {
    // 6.
    bool const alreadyReplayed = dgConfigReadyHandled_;
    handleDecapGroupConfigReady();
-   // A replay that was handled before arms nothing: keys that wait would wait for good.
-   if (alreadyReplayed) doMaybeScheduleReview();
+   if (!alreadyReplayed) return;
+   // A replay that was handled before arms nothing: keys that wait would wait for good, and an
+   // alarm that was left for the review to clear would stand for good.
+   doMaybeScheduleReview();
+   clearHwResourceFull();
 }
 
 void FwdDecapGroupSm::handleDecapGroupConfigReady() {

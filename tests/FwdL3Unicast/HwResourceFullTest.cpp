@@ -219,4 +219,16 @@ TEST_F(HwResourceFull, AfterTheReplayInitializationSchedulesNoReviewWhenNoKeyWai
    EXPECT_EQ(wakeUp(), Mdl::never);
 }
 
+// The review that would have cleared the flag has been disarmed.
+TEST_F(HwResourceFull, AfterTheReplayInitializationClearsTheFlagWhenNoKeyWaits) {
+   givenRefused("10.1.0.0/16");
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   thenHwResourceFull(true);
+   sm->initializedIs(false);
+   sm->initializedIs(true);
+   thenHwResourceFull(false);
+   thenLogs(normal());
+   EXPECT_EQ(wakeUp(), Mdl::never);
+}
+
 }  // namespace
