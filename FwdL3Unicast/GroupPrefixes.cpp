@@ -26,7 +26,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    if (!isConfigured(prefix)) {
       // 5.
       FWD_TRACE(2, " delete ");
-      withdrawPrefixKey(key, errors);
+      if (!anotherCallsFor(key)) withdrawPrefixKey(key, errors);
       // While the group is re-keyed, the prefix may still have its old key, unless a hook has
       // brought it back.
       if (rekeyDepth_ != 0) {
@@ -67,6 +67,16 @@ bool FwdDecapGroupSm::MdlDecapGroup::isConfigured(Pkt::IpGenPrefix const& prefix
    auto const config = stateMachine_->dgConfig();
    auto const configured = config ? config->decapGroup(name_) : nullptr;
    return configured && configured->decapIpHas(prefix);
+}
+
+/// Whether a configured prefix gives the key of one that has gone. Only prefixes of length zero
+/// share a key, that of no destination.
+bool FwdDecapGroupSm::MdlDecapGroup::anotherCallsFor(DecapKey const& key) const {
+   if (!key.dstIp().empty()) return false;
+   for (auto const& entry : group()->decapIp()) {
+      if (entry.key.length() == 0 && isConfigured(entry.key)) return true;
+   }
+   return false;
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(Pkt::IpGenPrefix const& prefix,

@@ -147,6 +147,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    DecapKey keyOf(Pkt::IpGenPrefix const& prefix);
    bool isStopped(DecapKey const& key) const;
    bool isConfigured(Pkt::IpGenPrefix const& prefix) const;
+   bool anotherCallsFor(DecapKey const& key) const;
    void withdrawPrefixKey(DecapKey const& key, FirstException& errors);
    DecapKey keyOfOrigin(DecapKey const& key, AddressOrigin const& origin) const;
    void traceWithdrawal(DecapKey const& key) const;

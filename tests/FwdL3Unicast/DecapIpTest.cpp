@@ -161,6 +161,19 @@ TEST_F(DecapIp, OfLengthZeroHasNoDestination) {
    thenCounts({});
 }
 
+// Prefixes of length zero have one key between them, that of no destination.
+TEST_F(DecapIp, OfLengthZeroKeepsTheKeyUntilTheLastOneGoes) {
+   givenRunningGroup();
+   whenDecapIpAdded("red", "0.0.0.0/0");
+   whenDecapIpAdded("red", "::/0");
+   whenDecapIpRemoved("red", "0.0.0.0/0");
+   EXPECT_EQ(sm->refCount().size(), 1U);
+   EXPECT_EQ(hardware->table().size(), 1U);
+   whenDecapIpRemoved("red", "::/0");
+   thenCounts({});
+   thenHardware({});
+}
+
 TEST_F(DecapIp, SecondVrfWaitsUntilTheFirstLeaves) {
    givenGroup("red", {.vrf = "red"});
    givenGroup("blue", {.vrf = "blue"});
