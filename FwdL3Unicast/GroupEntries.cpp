@@ -78,7 +78,11 @@ void FwdDecapGroupSm::MdlDecapGroup::traceWithdrawal(DecapKey const& key) const 
                     << " decapKey=" << key << " refCount=" << stateMachine_->refCount(key));
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& key, AddressOrigin const& origin) {
+void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& keyOfNow,
+                                                AddressOrigin const& origin) {
+   // An origin whose key kept its old values has its reference. Inside a re-keying, the walk moves
+   // the old key.
+   DecapKey const key = rekeyDepth_ == 0 ? keyOfOrigin(keyOfNow, origin) : keyOfNow;
    IntfKeyUse& use = fromIntf_.entry(key);
    if (!use.hasOrigin(origin)) use.origins.push_back(origin);
    FirstException errors;
@@ -111,12 +115,12 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
    errors.rethrow();
 }
 
-/// The key under which an origin is held: the one of the group's values of now, or, while the group
-/// is re-keyed, perhaps still an old one.
+/// The key under which an origin is held: the one of the group's values of now, or perhaps still an
+/// old one.
 DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfOrigin(DecapKey const& key,
                                                      AddressOrigin const& origin) const {
    IntfKeyUse const* const use = fromIntf_.find(key);
-   if (rekeyDepth_ == 0 || (use != nullptr && use->hasOrigin(origin))) return key;
+   if (!mayHaveOldKeys() || (use != nullptr && use->hasOrigin(origin))) return key;
    for (auto const& entry : fromIntf_.walk()) {
       if (entry.key.dstIp() == key.dstIp() && entry.value.hasOrigin(origin)) return entry.key;
    }

@@ -232,8 +232,8 @@ bool FwdDecapGroupSm::MdlDecapGroup::hasKeyOf(Pkt::IpGenPrefix const& prefix) {
    DecapKey const key = keyOf(prefix);
    IntfKeyUse const* const use = fromIntf_.find(key);
    if (use != nullptr && use->isMember()) return true;
-   // While the group is re-keyed, the address may still have its old key.
-   if (rekeyDepth_ == 0) return false;
+   // The address may still have its old key.
+   if (!mayHaveOldKeys()) return false;
    for (auto const& entry : fromIntf_.walk()) {
       if (entry.key.dstIp() == key.dstIp() && entry.value.isMember()) return true;
    }

@@ -27,9 +27,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
       // 5.
       FWD_TRACE(2, " delete ");
       if (!anotherCallsFor(key)) withdrawPrefixKey(key, errors);
-      // While the group is re-keyed, the prefix may still have its old key, unless a hook has
-      // brought it back.
-      if (rekeyDepth_ != 0) {
+      // The prefix may still have an old key, unless a hook has brought it back.
+      if (mayHaveOldKeys()) {
          for (auto const& entry : fromIp_.walk()) {
             if (isConfigured(prefix)) break;
             bool const stale = entry.key.dstIp() == key.dstIp() && entry.key != key;
@@ -39,13 +38,24 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    } else {
       // 6.
       FWD_TRACE(2, " add ");
-      fromIp_.entry(key).wanted = true;
-      errors.attempt([&] { hold(fromIp_, key); });
+      DecapKey const held = keyOfPrefix(key);
+      fromIp_.entry(held).wanted = true;
+      errors.attempt([&] { hold(fromIp_, held); });
       // A hook may have taken the prefix away again.
-      PrefixKeyUse const* const now = fromIp_.find(key);
-      if (now != nullptr && now->wanted) fromIp_.list(key, true);
+      PrefixKeyUse const* const now = fromIp_.find(held);
+      if (now != nullptr && now->wanted) fromIp_.list(held, true);
    }
    errors.rethrow();
+}
+
+/// The key that a prefix has already: the one of the group's values of now, or one that kept its old
+/// values because nobody could follow. Derived again it stays what it is.
+DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfPrefix(DecapKey const& key) const {
+   if (rekeyDepth_ != 0 || !missedChanges_ || fromIp_.find(key) != nullptr) return key;
+   for (auto const& entry : fromIp_.walk()) {
+      if (entry.key.dstIp() == key.dstIp() && entry.value.wanted) return entry.key;
+   }
+   return key;
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(DecapKey const& key,

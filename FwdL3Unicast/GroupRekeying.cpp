@@ -26,6 +26,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    forgetAll(fromIntf_, errors);
    if (!overtaken()) forgetAll(fromIp_, errors);
    if (!overtaken()) {
+      missedChanges_ = false;
       intfAddressTypeDelAll();
       errors.attempt([&] { followExcludeSets(); });
    }
@@ -40,9 +41,17 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    errors.rethrow();
 }
 
+/// Whether a change of the group's values reaches its keys.
+bool FwdDecapGroupSm::MdlDecapGroup::followsValues() {
+   if (stateMachine_ == nullptr) return false;
+   if (stateMachine_->initializedAndReady()) return true;
+   if (following_) missedChanges_ = true;
+   return false;
+}
+
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateDestPort() {
    auto const watched = group();
-   if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
+   if (!watched || !followsValues()) return;
    FWD_TRACE(2, "handleUpdateDestPort"
                     << " notifier dest Port " << watched->destPort());
    if (watched->tunnelType() == TunnelType::unknown) {
@@ -58,7 +67,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateDestPort() {
 
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdatePayloadType() {
    auto const watched = group();
-   if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
+   if (!watched || !followsValues()) return;
    FWD_TRACE(2, "handleUpdatePayloadType"
                     << " notifier payload " << watched->payloadType());
    if (watched->tunnelType() == TunnelType::unknown) return;
@@ -70,7 +79,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdatePayloadType() {
 
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateForwardingVrf() {
    auto const watched = group();
-   if (!watched || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
+   if (!watched || !followsValues()) return;
    FWD_TRACE(2, "handleUpdateForwardingVrf"
                     << " notifier vrf name " << watched->forwardingVrf());
    if (watched->tunnelType() == TunnelType::unknown) return;

@@ -150,6 +150,10 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool anotherCallsFor(DecapKey const& key) const;
    void withdrawPrefixKey(DecapKey const& key, FirstException& errors);
    DecapKey keyOfOrigin(DecapKey const& key, AddressOrigin const& origin) const;
+   DecapKey keyOfPrefix(DecapKey const& key) const;
+   /// Whether keys may have other values than the group has now.
+   bool mayHaveOldKeys() const noexcept { return rekeyDepth_ != 0 || missedChanges_; }
+   bool followsValues();
    void traceWithdrawal(DecapKey const& key) const;
 
    template <class Use>
@@ -188,6 +192,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    unsigned rekeyings_ = 0;
    unsigned rekeyDepth_ = 0;
    unsigned rebuilds_ = 0;
+   /// The group's values changed while nobody could follow: its keys keep the old ones, each until
+   /// it is derived anew.
+   bool missedChanges_ = false;
    GroupKeys<IntfKeyUse> fromIntf_;
    GroupKeys<PrefixKeyUse> fromIp_;
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<IntfAddressType>> intfAddressType_;
