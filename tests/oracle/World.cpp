@@ -1,0 +1,293 @@
+#include "oracle/World.h"
+
+#include "FwdL3Unicast/MdlDecapGroup.h"
+#include "FwdL3Unicast/MdlDgConfig.h"
+#include "FwdL3Unicast/MdlIp6IntfStatus.h"
+#include "FwdL3Unicast/MdlIp6Status.h"
+#include "FwdL3Unicast/MdlIpIntfStatus.h"
+#include "FwdL3Unicast/MdlIpStatus.h"
+#include "FwdL3Unicast/Messages.h"
+
+#include <utility>
+
+namespace Oracle {
+
+namespace {
+
+using Tunnel::Decap::AddressType;
+using Tunnel::Decap::DecapExcludeIntfSet;
+using Tunnel::Decap::DecapIntf;
+using Tunnel::Decap::DecapIntfKey;
+
+constexpr bool has(std::uint32_t set, std::uint8_t index) { return (set >> index & 1) != 0; }
+
+DecapIntfKey entryKey(std::uint8_t index, std::uint32_t family) {
+   return {index == intfCount ? Pkt::emptyIntfId : intfIdOf(index), family};
+}
+
+DecapIntf entryOf(std::uint8_t index, std::uint32_t family, std::uint8_t addressType) {
+   return DecapIntf(entryKey(index, family), static_cast<AddressType>(addressType));
+}
+
+DecapExcludeIntfSet excludeSet(std::uint32_t family, std::uint8_t interfaces) {
+   DecapExcludeIntfSet set(entryKey(intfCount, family));
+   for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
+      if (has(interfaces, intf)) set.excludeIntfIs(intfIdOf(intf));
+   }
+   return set;
+}
+
+Mdl::Ptr<Ip::IpIntfStatus> newIp(std::uint8_t intf, IpIntf const& content) {
+   auto made = Mdl::allocate<Ip::IpIntfStatus>(intfIdOf(intf), vrfOf(content.vrf));
+   made->addrWithMaskIs(ipAddrOf(content.primary));
+   made->virtualAddrIs(content.isVirtual);
+   for (std::uint8_t addr = 0; addr < addrCount; ++addr) {
+      if (has(content.secondaries, addr)) made->activeSecondaryWithMaskIs(ipAddrOf(addr));
+   }
+   return made;
+}
+
+Mdl::Ptr<Ip6::IntfStatus> newIp6(std::uint8_t intf, Ip6Intf const& content) {
+   auto made = Mdl::allocate<Ip6::IntfStatus>(intfIdOf(intf), vrfOf(content.vrf));
+   for (std::uint8_t addr = 0; addr < addrCount; ++addr) {
+      if (has(content.addrs, addr)) made->addrIs(ip6AddrOf(addr), {});
+   }
+   return made;
+}
+
+std::size_t capacityOf(Event const& event) {
+   return event.entries() == 0 ? Sim::HardwareTable::unlimited : event.entries();
+}
+
+}  // namespace
+
+World::World(Observer observer)
+    : config_(Mdl::allocate<Config>()), status_(Mdl::allocate<Tunnel::Decap::Hardware::Status>()),
+      ip_(Mdl::allocate<Ip::Status>()), ip6_(Mdl::allocate<Ip6::Status>()),
+      verifyData_(Mdl::allocate<Fwd::VerifyData>()),
+      acsd_(Mdl::allocate<Fwd::FwdCommonSmData>(verifyData_)),
+      hardware_(Mdl::allocate<Sim::SimHelper>()) {
+   for (std::uint8_t group = 0; group < groupCount; ++group) groups_[group] = newGroup(group, {});
+   hardware_->journal().limitIs(0);
+   hardware_->observerIs([this, observer = std::move(observer)](Sim::Call const& call) {
+      observer(call, time_.now());
+   });
+   Mdl::Log::sinkIs([this](Mdl::LogHandle const& handle) {
+      if (&handle == &Fwd::TUNNEL_HW_RESOURCE_FULL) ++fullLogs_;
+      if (&handle == &Fwd::TUNNEL_HW_RESOURCE_NORMAL) ++normalLogs_;
+   });
+}
+
+World::~World() {
+   hardware_->observerIs({});
+   sm_ = nullptr;
+   Mdl::Log::sinkIs({});
+}
+
+Mdl::Ptr<Tunnel::Decap::DecapGroup> World::newGroup(std::uint8_t group, Group const& content) {
+   auto made = Mdl::allocate<DecapGroup>(Mdl::String(groupName(group)));
+   made->tunnelTypeIs(typeOf(content.type));
+   made->destPortIs(portOf(content.values.port));
+   made->payloadTypeIs(payloadOf(content.values.payload));
+   made->forwardingVrfIs(vrfOf(content.values.vrf));
+   for (std::uint8_t prefix = 0; prefix < prefixCount; ++prefix) {
+      if (has(content.prefixes, prefix)) made->decapIpIs(prefixOf(prefix));
+   }
+   for (std::uint8_t family = 1; family <= 2; ++family) {
+      for (std::uint8_t index = 0; index <= intfCount; ++index) {
+         std::int8_t const type = content.entry(family, index);
+         if (type == Group::noEntry) continue;
+         made->decapIntfIs(entryOf(index, family, static_cast<std::uint8_t>(type)));
+      }
+      auto const& excluded = content.excludes[family - 1u];
+      if (excluded) made->decapExcludeIntfSetIs(excludeSet(family, *excluded));
+   }
+   return made;
+}
+
+void World::apply(Event const& event, Scene const& scene) {
+   if (event.kind < Kind::capacity) {
+      applyToMachine(event);
+   } else if (event.kind < Kind::groupPut) {
+      applyToHardware(event);
+   } else if (event.kind < Kind::configReplace) {
+      applyToGroup(event, scene);
+   } else if (event.kind < Kind::ipPut) {
+      applyToConfig(event, scene);
+   } else if (event.kind < Kind::ip6Put) {
+      applyToIp(event, scene);
+   } else {
+      applyToIp6(event, scene);
+   }
+}
+
+void World::applyToMachine(Event const& event) {
+   switch (event.kind) {
+      case Kind::build: build(); break;
+      case Kind::configReady: config_->readyIs(true); break;
+      case Kind::initialize: sm_->initializedIs(true); break;
+      case Kind::uninitialize: sm_->initializedIs(false); break;
+      case Kind::stopKeepingHardware: sm_->disableCleanupOnRestartIs(true); [[fallthrough]];
+      case Kind::stop: sm_ = nullptr; break;
+      case Kind::reviewInterval: sm_->reviewIntervalIs(event.seconds()); break;
+      case Kind::reviewBudget: sm_->reviewQuantaIs(event.seconds()); break;
+      case Kind::verify:
+         // Each change of the request is a request.
+         verifyData_->requestVerifyIs(true);
+         verifyData_->requestVerifyIs(false);
+         break;
+      default: time_.advanceTo(time_.now() + event.seconds()); break;
+   }
+}
+
+/// As after a start of the process: hardware has what the machine before it left there.
+void World::build() {
+   status_ = Mdl::allocate<Tunnel::Decap::Hardware::Status>();
+   hardware_->holdOver();
+   sm_ = Fwd::fwdDecapGroupSmFactory(acsd_, config_, status_, ip_, ip6_, time_.clock(), hardware_);
+}
+
+void World::applyToHardware(Event const& event) {
+   switch (event.kind) {
+      case Kind::capacity: hardware_->table().capacityIs(capacityOf(event)); break;
+      case Kind::typeCapacity:
+         hardware_->table().capacityIs(typeOf(event.family), capacityOf(event));
+         break;
+      case Kind::latency: hardware_->latencyIs(event.seconds()); break;
+      case Kind::callCost: hardware_->callCostIs(event.seconds(), &time_); break;
+      case Kind::notReady: hardware_->notReadyUntilIs(time_.now() + event.seconds()); break;
+      case Kind::udpWait: hardware_->waitForUdpIs(event.flag()); break;
+      case Kind::answersForgotten: hardware_->script().clear(); break;
+      default: answer(event); break;
+   }
+}
+
+void World::answer(Event const& event) {
+   auto const given = Sim::Answer::of(static_cast<Fwd::dgRetCode>(event.answer()));
+   if (event.kind == Kind::answerNext) {
+      hardware_->script().next(given, event.times() + 1);
+   } else {
+      hardware_->script().forPrefix(prefixOf(event.group), given, event.times());
+   }
+}
+
+void World::applyToGroup(Event const& event, Scene const& scene) {
+   Mdl::Ptr<DecapGroup>& group = groups_[event.group];
+   switch (event.kind) {
+      case Kind::groupPut: config_->decapGroupIs(group); break;
+      case Kind::groupRemove: config_->decapGroupDel(group->name()); break;
+      case Kind::groupReplace:
+         group = newGroup(event.group, scene.group(event.group));
+         if (scene.isConfigured(event.group)) config_->decapGroupIs(group);
+         break;
+      case Kind::tunnelType: group->tunnelTypeIs(typeOf(event.type())); break;
+      case Kind::port: group->destPortIs(portOf(event.value())); break;
+      case Kind::payload: group->payloadTypeIs(payloadOf(event.value())); break;
+      case Kind::vrf: group->forwardingVrfIs(vrfOf(event.value())); break;
+      case Kind::prefixAdd: group->decapIpIs(prefixOf(event.prefix())); break;
+      case Kind::prefixRemove: group->decapIpDel(prefixOf(event.prefix())); break;
+      default: applyToEntries(event); break;
+   }
+}
+
+void World::applyToEntries(Event const& event) {
+   Mdl::Ptr<DecapGroup> const& group = groups_[event.group];
+   DecapIntfKey const key = entryKey(event.entryIndex(), event.family);
+   DecapIntfKey const all = entryKey(intfCount, event.family);
+   switch (event.kind) {
+      case Kind::entrySet:
+         group->decapIntfIs(entryOf(event.entryIndex(), event.family, event.addressType()));
+         break;
+      case Kind::entryRemove: group->decapIntfDel(key); break;
+      case Kind::entryAgain: sm_->mdlDecapGroup(group->name())->handleUpdateIntf(key); break;
+      case Kind::excludeSet:
+         group->decapExcludeIntfSetIs(excludeSet(event.family, event.interfaces()));
+         break;
+      case Kind::excludeRemove: group->decapExcludeIntfSetDel(all); break;
+      default: sm_->mdlDecapGroup(group->name())->handleUpdateExcludeIntf(all); break;
+   }
+}
+
+void World::applyToConfig(Event const& event, Scene const& scene) {
+   if (event.kind == Kind::configAway) return sm_->mdlDgConfig()->notifierIs(nullptr);
+   if (event.kind == Kind::configBack) return sm_->mdlDgConfig()->notifierIs(config_);
+   auto const next = Mdl::allocate<Config>();
+   for (std::uint8_t group = 0; group < groupCount; ++group) {
+      if (event.fate(group) == Event::Fate::replaced) {
+         groups_[group] = newGroup(group, scene.group(group));
+      }
+      if (scene.isConfigured(group)) next->decapGroupIs(groups_[group]);
+   }
+   next->readyIs(true);
+   config_ = next;
+   if (sm_) sm_->mdlDgConfig()->notifierIs(next);
+}
+
+void World::applyToIp(Event const& event, Scene const& scene) {
+   if (event.kind == Kind::ipReplace) return replaceIp(event, scene);
+   Mdl::Ptr<Ip::IpIntfStatus>& intf = ipIntf_[event.intf];
+   switch (event.kind) {
+      case Kind::ipPut:
+         intf = newIp(event.intf, *scene.ip(event.intf));
+         ip_->ipIntfStatusIs(intf);
+         break;
+      case Kind::ipAgain:
+         ip_->ipIntfStatusIs(intf);
+         if (sm_) sm_->ipIntfStatusIs(intf);
+         break;
+      case Kind::ipRemove:
+         ip_->ipIntfStatusDel(intf->intfId());
+         intf = nullptr;
+         break;
+      case Kind::ipPrimary: intf->addrWithMaskIs(ipAddrOf(event.addr())); break;
+      case Kind::ipVirtual: intf->virtualAddrIs(event.flag()); break;
+      case Kind::ipVrf: intf->vrfIs(vrfOf(event.intfVrf())); break;
+      case Kind::ipSecondaryAdd: intf->activeSecondaryWithMaskIs(ipAddrOf(event.addr())); break;
+      default: intf->activeSecondaryWithMaskDel(ipAddrOf(event.addr())); break;
+   }
+}
+
+void World::applyToIp6(Event const& event, Scene const& scene) {
+   if (event.kind == Kind::ipReplace) return replaceIp(event, scene);
+   if (event.kind == Kind::ip6Replace) return replaceIp6(event, scene);
+   Mdl::Ptr<Ip6::IntfStatus>& intf = ip6Intf_[event.intf];
+   switch (event.kind) {
+      case Kind::ip6Put:
+         intf = newIp6(event.intf, *scene.ip6(event.intf));
+         ip6_->intfIs(intf);
+         break;
+      case Kind::ip6Remove:
+         ip6_->intfDel(intf->intfId());
+         intf = nullptr;
+         break;
+      case Kind::ip6Vrf: intf->vrfIs(vrfOf(event.intfVrf())); break;
+      case Kind::ip6AddrAdd: intf->addrIs(ip6AddrOf(event.addr()), {}); break;
+      default: intf->addrDel(ip6AddrOf(event.addr())); break;
+   }
+}
+
+void World::replaceIp(Event const& event, Scene const& scene) {
+   auto const next = Mdl::allocate<Ip::Status>();
+   for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
+      if (event.fate(intf) == Event::Fate::lost) ipIntf_[intf] = nullptr;
+      if (event.fate(intf) == Event::Fate::replaced) ipIntf_[intf] = newIp(intf, *scene.ip(intf));
+      if (ipIntf_[intf]) next->ipIntfStatusIs(ipIntf_[intf]);
+   }
+   ip_ = next;
+   if (sm_) sm_->mdlIpStatus()->notifierIs(next);
+}
+
+void World::replaceIp6(Event const& event, Scene const& scene) {
+   auto const next = Mdl::allocate<Ip6::Status>();
+   for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
+      if (event.fate(intf) == Event::Fate::lost) ip6Intf_[intf] = nullptr;
+      if (event.fate(intf) == Event::Fate::replaced) {
+         ip6Intf_[intf] = newIp6(intf, *scene.ip6(intf));
+      }
+      if (ip6Intf_[intf]) next->intfIs(ip6Intf_[intf]);
+   }
+   ip6_ = next;
+   if (sm_) sm_->mdlIp6Status()->notifierIs(next);
+}
+
+}  // namespace Oracle
