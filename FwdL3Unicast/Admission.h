@@ -25,8 +25,22 @@ class FWD_EXPORT Admission {
  public:
    explicit Admission(Tunnel::Decap::DecapGroup const& group) noexcept : group_(group) {}
 
-   /// Whether an interface takes part in decapsulation at all.
-   static bool takesPart(Pkt::IntfId const& intfId, L3::VrfName const& vrf) noexcept;
+   /// Whether something is admitted, and if not, what is in its way.
+   enum class Verdict : std::uint8_t {
+      admitted,
+      management,  ///< a management interface
+      internal,    ///< an internal interface
+      otherVrf,    ///< the interface is outside the default VRF
+      noEntry,     ///< no entry names the interface or all of its family
+      excluded,    ///< only the all-interfaces entry would, and the interface is in its exclude set
+      addressType,  ///< the deciding entry is for other roles
+   };
+
+   /// Whether an interface takes part in decapsulation at all: for any group, with any address.
+   static Verdict ofInterface(Pkt::IntfId const& intfId, L3::VrfName const& vrf) noexcept;
+   static bool takesPart(Pkt::IntfId const& intfId, L3::VrfName const& vrf) noexcept {
+      return ofInterface(intfId, vrf) == Verdict::admitted;
+   }
    /// The same without the VRF: neither a management nor an internal interface.
    static bool isFrontPanel(Pkt::IntfId const& intfId) noexcept;
 
@@ -37,11 +51,15 @@ class FWD_EXPORT Admission {
    bool uses(Pkt::IntfId const& intfId, std::uint32_t family) const;
 
    /// Whether the group admits the addresses of a role of the interface. The interface takes part.
-   bool admits(Pkt::IntfId const& intfId, AddressRole role) const;
+   Verdict ofRole(Pkt::IntfId const& intfId, AddressRole role) const;
+   bool admits(Pkt::IntfId const& intfId, AddressRole role) const {
+      return ofRole(intfId, role) == Verdict::admitted;
+   }
 
  private:
    Tunnel::Decap::DecapIntf const* decidingEntry(Pkt::IntfId const& intfId,
                                                  std::uint32_t family) const;
+   Verdict withoutEntry(Pkt::IntfId const& intfId, std::uint32_t family) const;
 
    Tunnel::Decap::DecapGroup const& group_;
 };

@@ -127,4 +127,40 @@ TEST_F(AdmissionOfAddresses, InterfacesThatTakePartAreFrontPanelOnesOfTheDefault
    EXPECT_FALSE(Admission::takesPart(intf("Internal7"), vrf("default")));
 }
 
+using Verdict = Admission::Verdict;
+
+TEST_F(AdmissionOfAddresses, SaysWhatKeepsAnInterfaceOut) {
+   EXPECT_EQ(Admission::ofInterface(intf("Ethernet1"), vrf("default")), Verdict::admitted);
+   EXPECT_EQ(Admission::ofInterface(intf("Ethernet1"), vrf("red")), Verdict::otherVrf);
+   EXPECT_EQ(Admission::ofInterface(intf("Management1"), vrf("red")), Verdict::management);
+   EXPECT_EQ(Admission::ofInterface(intf("Internal7"), vrf("red")), Verdict::internal);
+}
+
+TEST_F(AdmissionOfAddresses, SaysThatNoEntryNamesTheInterface) {
+   givenEntry("Ethernet1");
+   givenEntry("", all, ipv6);
+   EXPECT_EQ(Admission(*group).ofRole(intf("Ethernet2"), AddressRole::primary), Verdict::noEntry);
+}
+
+TEST_F(AdmissionOfAddresses, SaysThatTheInterfaceIsExcluded) {
+   givenEntry("", all);
+   givenExcluded({"Ethernet1"});
+   EXPECT_EQ(Admission(*group).ofRole(intf("Ethernet1"), AddressRole::primary), Verdict::excluded);
+}
+
+TEST_F(AdmissionOfAddresses, AnExcludeSetWithoutItsEntryKeepsNothingOut) {
+   givenExcluded({"Ethernet1"});
+   EXPECT_EQ(Admission(*group).ofRole(intf("Ethernet1"), AddressRole::primary), Verdict::noEntry);
+}
+
+TEST_F(AdmissionOfAddresses, SaysThatTheEntryIsForPrimaryAddresses) {
+   givenEntry("", all);
+   givenEntry("Ethernet1");
+   Admission const admission(*group);
+   EXPECT_EQ(admission.ofRole(intf("Ethernet1"), AddressRole::primary), Verdict::admitted);
+   EXPECT_EQ(admission.ofRole(intf("Ethernet1"), AddressRole::secondary), Verdict::addressType);
+   EXPECT_EQ(admission.ofRole(intf("Ethernet1"), AddressRole::virtualIp), Verdict::addressType);
+   EXPECT_EQ(admission.ofRole(intf("Ethernet2"), AddressRole::virtualIp), Verdict::admitted);
+}
+
 }  // namespace
