@@ -28,7 +28,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntf(DecapIntfKey const& keyArg
    if (decapIntfKey.family() != Pkt::familyIpv4) return;
    // 4.
    if (!Admission::isFrontPanel(intfId)) return;
-   // 5.
+   // 5. A record without its tunnel type is that of an entry that was applied in part.
+   auto const before = intfAddressType(intfId);
+   bool const inPart = before && before->tunnelType() == TunnelType::unknown;
    Record const outcome = updateRecord(decapIntfKey);
    if (outcome == Record::upToDate || outcome == Record::missing) return;
    bool const update = outcome == Record::changed;
@@ -39,14 +41,19 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntf(DecapIntfKey const& keyArg
                                    << " update : " << update);
    try {
       if (intfId == Pkt::emptyIntfId) {
-         // 7.
-         handleUpdateIntfAll(decapIntfKey, update);
+         // 7. In part may be any part: all roles are looked at then.
+         FirstException errors;
+         if (inPart) errors.attempt([&] { handleUpdateIntfAll(decapIntfKey, !update); });
+         errors.attempt([&] { handleUpdateIntfAll(decapIntfKey, update); });
+         errors.rethrow();
       } else if (!applyNamedEntry(decapIntfKey)) {
          return;
       }
    } catch (...) {
-      // Not applied, whatever the record says: the next time must not pass for a repetition.
-      intfAddressTypeDel(intfId);
+      // Applied in part, whatever the record says. It stays, so that an entry that goes gives back
+      // what it took; and the next time must not pass for a repetition.
+      if (record) record->tunnelTypeIs(TunnelType::unknown);
+      if (!watched->decapIntfHas(decapIntfKey)) intfAddressTypeDel(intfId);
       throw;
    }
    // 11.
