@@ -21,6 +21,73 @@ using Tunnel::Decap::TunnelType;
 
 constexpr std::uint64_t greatestCapacity = std::numeric_limits<std::uint32_t>::max();
 
+/// "duplicate WHAT, which is also PLACE[INDEX]".
+[[noreturn]] void refuseDuplicate(std::string const& what, char const* list, std::size_t first) {
+   throw ValueError("duplicate " + what + ", which is also " + list + "[" + std::to_string(first) +
+                    "]");
+}
+
+/// The interfaces of a group: the "decapInterfaces" list and the "excludeInterfaces" object.
+class GroupInterfacesSchema {
+ public:
+   /// `group` says which group is being read.
+   explicit GroupInterfacesSchema(std::function<GroupConfiguration&()> group)
+       : group_(std::move(group)) {}
+
+   SchemaNode& decapInterfaces() noexcept { return entries_; }
+   SchemaNode& excludeInterfaces() noexcept { return excludes_; }
+
+ private:
+   void beginEntry() {
+      intfId_ = Pkt::IntfId();
+      family_ = Pkt::familyNone;
+      addressType_ = Tunnel::Decap::AddressType::primary;
+   }
+   void endEntry() {
+      auto& entries = group_().decapInterfaces;
+      Tunnel::Decap::DecapIntfKey const key(intfId_, family_);
+      for (std::size_t i = 0; i < entries.size(); ++i) {
+         if (entries[i].key() == key) refuseDuplicate("entry", "decapInterfaces", i);
+      }
+      entries.emplace_back(key, addressType_);
+   }
+   TextNode::Take exclude(std::uint32_t family) {
+      return [this, family](std::string_view text) {
+         Pkt::IntfId const intfId = intfIdFromText(text);
+         auto& sets = group_().excludeInterfaces;
+         if (sets.empty() || sets.back().key().family() != family) {
+            sets.emplace_back(Tunnel::Decap::DecapIntfKey(Pkt::emptyIntfId, family));
+         }
+         sets.back().excludeIntfIs(intfId);
+      };
+   }
+
+   std::function<GroupConfiguration&()> const group_;
+   Pkt::IntfId intfId_;
+   std::uint32_t family_ = Pkt::familyNone;
+   Tunnel::Decap::AddressType addressType_ = Tunnel::Decap::AddressType::primary;
+
+   TextNode interface_{"the name of an interface or \"all\"", [this](std::string_view text) {
+                          if (text != allInterfacesWord) intfId_ = intfIdFromText(text);
+                       }};
+   TextNode familyNode_{"an address family",
+                        [this](std::string_view text) { family_ = familyFromText(text); }};
+   TextNode addressTypeNode_{"an address type", [this](std::string_view text) {
+                                addressType_ = addressTypeFromText(text);
+                             }};
+   RecordNode entry_{{{"interface", interface_, Presence::required},
+                      {"family", familyNode_, Presence::required},
+                      {"addressType", addressTypeNode_}},
+                     [this] { beginEntry(); },
+                     [this] { endEntry(); }};
+   ListNode entries_{entry_};
+   TextNode excluded4_{"the name of an interface", exclude(Pkt::familyIpv4)};
+   TextNode excluded6_{"the name of an interface", exclude(Pkt::familyIpv6)};
+   ListNode excludes4_{excluded4_};
+   ListNode excludes6_{excluded6_};
+   RecordNode excludes_{{{"ipv4", excludes4_}, {"ipv6", excludes6_}}};
+};
+
 /// The "groups" list.
 class GroupsSchema {
  public:
@@ -35,8 +102,7 @@ class GroupsSchema {
       Mdl::String const name = nameFromText(text);
       auto const [first, isNew] = names_.try_emplace(name, groups_.size() - 1);
       if (!isNew) {
-         throw ValueError("duplicate group " + Mdl::quotedForMessage(text) +
-                          ", which is also groups[" + std::to_string(first->second) + "]");
+         refuseDuplicate("group " + Mdl::quotedForMessage(text), "groups", first->second);
       }
       group().name = name;
    }
@@ -59,14 +125,81 @@ class GroupsSchema {
                         group().decapIps.push_back(destinationFromText(text));
                      }};
    ListNode decapIps_{decapIp_};
+   GroupInterfacesSchema interfaces_{[this]() -> GroupConfiguration& { return group(); }};
    RecordNode group_{{{"name", name_, Presence::required},
                       {"tunnelType", tunnelType_},
                       {"destPort", destPort_},
                       {"payloadType", payloadType_},
                       {"vrf", vrf_},
-                      {"decapIps", decapIps_}},
+                      {"decapIps", decapIps_},
+                      {"decapInterfaces", interfaces_.decapInterfaces()},
+                      {"excludeInterfaces", interfaces_.excludeInterfaces()}},
                      [this] { groups_.emplace_back(); }};
    ListNode list_{group_};
+};
+
+/// The "interfaces" list.
+class InterfacesSchema {
+ public:
+   explicit InterfacesSchema(std::vector<InterfaceConfiguration>& interfaces)
+       : interfaces_(interfaces) {}
+
+   SchemaNode& root() noexcept { return list_; }
+
+ private:
+   InterfaceConfiguration& interface() { return interfaces_.back(); }
+
+   void takeName(std::string_view text) {
+      Pkt::IntfId const name = intfIdFromText(text);
+      auto const [first, isNew] = names_.try_emplace(name, interfaces_.size() - 1);
+      if (!isNew) {
+         refuseDuplicate("interface " + Mdl::quotedForMessage(text), "interfaces", first->second);
+      }
+      interface().name = name;
+   }
+   void endInterface() {
+      if (interface().isVirtual && interface().primary.isZero()) {
+         throw ValueError("a virtual address is the primary one, and there is none");
+      }
+   }
+   /// The zero address stands for none, and is nothing to be listed.
+   template <class Addr>
+   static Addr some(Addr const& addr) {
+      if (addr.addr().isZero()) {
+         throw ValueError(Mdl::quotedForMessage(addr.addr().stringValue().view()) +
+                          " is no interface's address");
+      }
+      return addr;
+   }
+
+   std::vector<InterfaceConfiguration>& interfaces_;
+   std::unordered_map<Pkt::IntfId, std::size_t> names_;
+
+   TextNode name_{"a name", [this](std::string_view text) { takeName(text); }};
+   TextNode vrf_{"the name of a VRF", [this](std::string_view text) {
+                    interface().vrf = L3::VrfName(nameFromText(text));
+                 }};
+   TextNode primary_{"an address as text", [this](std::string_view text) {
+                        interface().primary = some(ipAddrFromText(text));
+                     }};
+   TextNode secondaryAddr_{"an address as text", [this](std::string_view text) {
+                              interface().secondary.push_back(some(ipAddrFromText(text)));
+                           }};
+   ListNode secondary_{secondaryAddr_};
+   FlagNode virtual_{[this](bool isVirtual) { interface().isVirtual = isVirtual; }};
+   TextNode ipv6Addr_{"an address as text", [this](std::string_view text) {
+                         interface().ipv6.push_back(some(ip6AddrFromText(text)));
+                      }};
+   ListNode ipv6_{ipv6Addr_};
+   RecordNode interface_{{{"name", name_, Presence::required},
+                          {"vrf", vrf_},
+                          {"primary", primary_},
+                          {"secondary", secondary_},
+                          {"virtual", virtual_},
+                          {"ipv6", ipv6_}},
+                         [this] { interfaces_.emplace_back(); },
+                         [this] { endInterface(); }};
+   ListNode list_{interface_};
 };
 
 /// The "hardware" object.
@@ -137,9 +270,11 @@ Configuration configurationFromText(std::string const& file, std::string_view te
                                     std::function<void(std::size_t)> progress) {
    Configuration configuration;
    GroupsSchema groups(configuration.groups);
+   InterfacesSchema interfaces(configuration.interfaces);
    HardwareSchema hardware(configuration.hardware);
    ReviewSchema review(configuration.review);
    RecordNode root({{"groups", groups.root(), Presence::required},
+                    {"interfaces", interfaces.root()},
                     {"hardware", hardware.root()},
                     {"review", review.root()}});
    readJson(file, text, root, std::move(progress));

@@ -3,9 +3,14 @@
 #include "l3/VrfName.h"
 #include "mdl/Seconds.h"
 #include "mdl/String.h"
+#include "pkt/IntfId.h"
+#include "pkt/Ip6AddrWithMask.h"
+#include "pkt/IpAddrWithMask.h"
 #include "pkt/IpGenPrefix.h"
 #include "platform/sim/HardwareTable.h"
 #include "platform/sim/Script.h"
+#include "tunnel/decap/DecapExcludeIntfSet.h"
+#include "tunnel/decap/DecapIntf.h"
 #include "tunnel/decap/PayloadType.h"
 #include "tunnel/decap/TunnelType.h"
 
@@ -25,6 +30,21 @@ struct GroupConfiguration {
    Tunnel::Decap::PayloadType payloadType = Tunnel::Decap::PayloadType::unset;
    L3::VrfName vrf = L3::VrfName::defaultVrf();
    std::vector<Pkt::IpGenPrefix> decapIps;
+   std::vector<Tunnel::Decap::DecapIntf> decapInterfaces;
+   /// At most one a family.
+   std::vector<Tunnel::Decap::DecapExcludeIntfSet> excludeInterfaces;
+};
+
+/// One interface and its addresses.
+struct InterfaceConfiguration {
+   Pkt::IntfId name;
+   L3::VrfName vrf = L3::VrfName::defaultVrf();
+   /// The zero address for none.
+   Pkt::IpAddrWithMask primary;
+   std::vector<Pkt::IpAddrWithMask> secondary;
+   /// The primary address is a virtual one.
+   bool isVirtual = false;
+   std::vector<Pkt::Ip6AddrWithMask> ipv6;
 };
 
 /// An answer that simulated hardware gives for a destination.
@@ -53,6 +73,7 @@ struct ReviewConfiguration {
 /// What a configuration file says.
 struct Configuration {
    std::vector<GroupConfiguration> groups;
+   std::vector<InterfaceConfiguration> interfaces;
    HardwareConfiguration hardware;
    ReviewConfiguration review;
 };

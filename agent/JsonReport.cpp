@@ -81,9 +81,23 @@ Json groupJson(GroupRow const& row) {
            {"payloadType", stringValue(group.payloadType()).stdString()},
            {"vrf", group.forwardingVrf().name().stdString()},
            {"prefixes", group.decapIp().size()},
+           {"addresses", row.addresses},
            {"inHardware", row.inHardware},
            {"waiting", row.waiting},
            {"notProgrammed", row.missing}};
+}
+
+Json addressJson(AddressRow const& row) {
+   Json json = {{"interface", row.intfId.name().stdString()}};
+   json["vrf"] =
+       row.state == AddressState::noInterface ? Json(nullptr) : Json(row.vrf.name().stdString());
+   json["role"] = row.role ? Json(roleName(*row.role)) : Json(nullptr);
+   json["address"] =
+       row.address.empty() ? Json(nullptr) : Json(row.address.stringValue().stdString());
+   json["groups"] = names(row.groups);
+   json["state"] = addressStateName(row.state);
+   json["text"] = addressStateText(row.state);
+   return json;
 }
 
 Json logJson(LogEntry const& entry) {
@@ -192,11 +206,14 @@ void printJson(std::ostream& out, Report const& report, RunResult const& result)
    if (restarted) writer.member("restart", restartJson(report.restart, *result.hardwareState));
    writer.member("summary", Json{{"groups", report.groupsTotal},
                                  {"prefixes", report.prefixes},
+                                 {"addresses", report.addresses},
+                                 {"interfaces", report.interfaces.interfaces},
                                  {"inHardware", report.hardware.total},
                                  {"waiting", report.waiting.total},
                                  {"waitingForVrf", report.waitingForVrf},
                                  {"notProgrammed", report.missing.total}});
    writer.list("groups", report.groups, groupJson);
+   writer.list("interfaces", report.interfaces.rows, addressJson);
    writer.list("entries", report.hardware.rows, entryJson);
    if (restarted) writer.list("gone", report.restart.gone.rows, goneJson);
    writer.list("waiting", report.waiting.rows, absentJson);

@@ -33,4 +33,28 @@ bool groupHasKey(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
           (reactor->decapKeyFromIp().isListed(key) || reactor->decapKeyFromIntf().isListed(key));
 }
 
+std::size_t addressKeysOf(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group) {
+   auto const reactor = machine.mdlDecapGroup(group);
+   if (!reactor) return 0;
+   auto const& keys = reactor->decapKeyFromIntf();
+   std::size_t count = 0;
+   for (auto const& entry : keys.walk()) count += keys.isListed(entry.key) ? 1 : 0;
+   return count;
+}
+
+void forEachOriginOf(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
+                     std::function<void(Fwd::AddressOrigin const& origin, Fwd::DecapKey const& key,
+                                        bool held)> const& visit) {
+   auto const reactor = machine.mdlDecapGroup(group);
+   if (!reactor) return;
+   for (auto const& entry : reactor->decapKeyFromIntf().walk()) {
+      for (auto const& origin : entry.value.origins) visit(origin, entry.key, entry.value.held);
+   }
+}
+
+void applyEntry(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
+                Tunnel::Decap::DecapIntfKey const& entry) {
+   if (auto const reactor = machine.mdlDecapGroup(group)) reactor->handleUpdateIntf(entry);
+}
+
 }  // namespace Agent

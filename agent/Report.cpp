@@ -94,6 +94,7 @@ class ReportBuilder {
       takeRestart();
       if (world_.machine()) takeBacklog();
       takeGroups();
+      if (scope_.interfaces) report_.interfaces = AddressRows(world_, scope_.rows);
       nameGroups();
    }
 
@@ -165,7 +166,9 @@ class ReportBuilder {
          GroupRow row;
          row.group = entry.value;
          report_.prefixes += entry.value->decapIp().size();
+         report_.usesInterfaces = report_.usesInterfaces || !entry.value->decapIntf().empty();
          if (world_.machine()) countKeys(entry.key, row);
+         report_.addresses += row.addresses;
          if (scope_.groups && report_.groups.size() < scope_.rows) report_.groups.push_back(row);
       }
    }
@@ -173,6 +176,7 @@ class ReportBuilder {
    void countKeys(Mdl::String const& name, GroupRow& group) {
       auto const& machine = *world_.machine();
       auto const& table = world_.hardware().table();
+      group.addresses = addressKeysOf(machine, name);
       forEachKeyOf(machine, name, [&](Fwd::DecapKey const& key, bool held) {
          if (held && machine.unprogrammedKeyHas(key)) {
             ++group.waiting;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FwdL3Unicast/FwdDecapGroup.h"
+#include "agent/AddressRows.h"
 #include "agent/OperatorLog.h"
 #include "agent/TakeOver.h"
 
@@ -57,6 +58,8 @@ struct Rows {
 /// One group and what became of its keys.
 struct GroupRow {
    Mdl::Ptr<Tunnel::Decap::DecapGroup const> group;
+   /// Destinations that it has from interfaces.
+   std::size_t addresses = 0;
    std::size_t inHardware = 0;
    std::size_t waiting = 0;
    std::size_t missing = 0;
@@ -87,6 +90,7 @@ struct TypeShare {
 struct ReportScope {
    std::size_t rows = 40;
    bool groups = true;
+   bool interfaces = true;
    bool hardware = true;
    bool backlog = true;
 };
@@ -102,6 +106,13 @@ struct Report {
    std::vector<GroupRow> groups;
    std::size_t groupsTotal = 0;
    std::size_t prefixes = 0;
+   /// Destinations that groups have from interfaces.
+   std::size_t addresses = 0;
+   /// Some group has entries for interfaces.
+   bool usesInterfaces = false;
+
+   /// What the addresses of interfaces give to which groups.
+   AddressRows interfaces;
 
    /// In the order of programming.
    Rows hardware;
@@ -109,7 +120,8 @@ struct Report {
    std::size_t highWater = 0;
    /// The tunnel types with a capacity of their own.
    std::vector<TypeShare> shares;
-   /// Entries that more than one group calls for.
+   /// Entries with several references: of several groups, or of one that calls for the destination
+   /// by its prefixes and by its interfaces.
    std::size_t shared = 0;
    /// Entries that no group calls for.
    std::size_t unclaimed = 0;

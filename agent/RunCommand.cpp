@@ -118,6 +118,10 @@ void printText(std::ostream& out, RunOptions const& options, Report const& repor
    if (options.traceLevel) out << '\n';
    printGroups(out, report);
    out << '\n';
+   if (report.interfaces.total != 0) {
+      printInterfaces(out, report);
+      out << '\n';
+   }
    printHardware(out, report);
    out << '\n';
    if (!options.hardwareState.empty()) {

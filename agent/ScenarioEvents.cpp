@@ -21,7 +21,11 @@ ScenarioEvent change(Act act) { return event(Kind::change, std::move(act)); }
 ScenarioEvent observe(Act act) { return event(Kind::observe, std::move(act)); }
 
 ScenarioEvent parseNo(Tokens& tokens) {
-   tokens.need("group");
+   if (tokens.take("interface")) {
+      Pkt::IntfId const name = tokens.read("the name of an interface", intfIdFromText);
+      return change([name](Stage& stage) { stage.world().interfaceDel(name); });
+   }
+   if (!tokens.take("group")) tokens.unexpected("group or interface");
    Mdl::String const name = tokens.read("the name of a group", nameFromText);
    return change([name](Stage& stage) { stage.world().groupDel(name); });
 }
@@ -43,14 +47,14 @@ ScenarioEvent parseSettle(Tokens& tokens) {
 }
 
 ScenarioEvent parseShow(Tokens& tokens) {
-   constexpr std::array sections = {"all",     "groups", "hardware", "restart",
-                                    "backlog", "log",    "summary"};
+   constexpr std::array sections = {"all",     "groups",  "interfaces", "hardware",
+                                    "restart", "backlog", "log",        "summary"};
    for (std::string const section : sections) {
       if (tokens.take(section)) {
          return observe([section](Stage& stage) { stage.show(section); });
       }
    }
-   tokens.unexpected("one of all, groups, hardware, restart, backlog, log, summary");
+   tokens.unexpected("one of all, groups, interfaces, hardware, restart, backlog, log, summary");
 }
 
 ScenarioEvent parseVerify(Tokens&) {
@@ -209,12 +213,20 @@ ScenarioEvent parseEvent(Tokens& tokens) {
       char const* word;
       ScenarioEvent (*parse)(Tokens&);
    };
-   constexpr std::array verbs = {Verb{"group", parseGroup},     Verb{"replace", parseReplace},
-                                 Verb{"no", parseNo},           Verb{"hardware", parseHardware},
-                                 Verb{"machine", parseMachine}, Verb{"advance", parseAdvance},
-                                 Verb{"settle", parseSettle},   Verb{"verify", parseVerify},
-                                 Verb{"audit", parseAudit},     Verb{"show", parseShow},
-                                 Verb{"expect", parseExpect},   Verb{"trace", parseTrace},
+   constexpr std::array verbs = {Verb{"group", parseGroup},
+                                 Verb{"replace", parseReplace},
+                                 Verb{"interface", parseInterface},
+                                 Verb{"no", parseNo},
+                                 Verb{"apply", parseApply},
+                                 Verb{"hardware", parseHardware},
+                                 Verb{"machine", parseMachine},
+                                 Verb{"advance", parseAdvance},
+                                 Verb{"settle", parseSettle},
+                                 Verb{"verify", parseVerify},
+                                 Verb{"audit", parseAudit},
+                                 Verb{"show", parseShow},
+                                 Verb{"expect", parseExpect},
+                                 Verb{"trace", parseTrace},
                                  Verb{"say", parseSay}};
    std::string known;
    for (Verb const& verb : verbs) {

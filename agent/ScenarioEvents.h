@@ -15,6 +15,10 @@ ScenarioEvent parseEvent(Tokens& tokens);
 ScenarioEvent parseGroup(Tokens& tokens);
 /// "replace".
 ScenarioEvent parseReplace(Tokens& tokens);
+/// "interface".
+ScenarioEvent parseInterface(Tokens& tokens);
+/// "apply".
+ScenarioEvent parseApply(Tokens& tokens);
 /// "hardware".
 ScenarioEvent parseHardware(Tokens& tokens);
 /// "machine".

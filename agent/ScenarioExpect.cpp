@@ -4,6 +4,7 @@
 #include "agent/Stage.h"
 #include "agent/Tokens.h"
 #include "agent/Wording.h"
+#include "agent/Words.h"
 
 #include <limits>
 #include <optional>
@@ -67,6 +68,52 @@ std::optional<ScenarioEvent> parseNumber(Tokens& tokens) {
    return std::nullopt;
 }
 
+/// name role address, as the report writes it.
+std::string parseAddress(Tokens& tokens) {
+   std::string text =
+       tokens.read("the name of an interface", intfIdFromText).name().stdString() + ' ';
+   if (tokens.take("ipv6")) {
+      return text + "ipv6 " +
+             tokens.read("an IPv6 address", ip6AddrFromText).stringValue().stdString();
+   }
+   for (char const* const role : {"primary", "secondary", "virtual"}) {
+      if (!tokens.take(role)) continue;
+      return text + role + ' ' +
+             tokens.read("an IPv4 address", ipAddrFromText).stringValue().stdString();
+   }
+   tokens.unexpected("one of primary, secondary, virtual, ipv6");
+}
+
+ScenarioEvent parseAddresses(Tokens& tokens) {
+   Mdl::String const group = tokens.read("the name of a group", nameFromText);
+   std::vector<std::string> addresses;
+   if (!tokens.take("none")) {
+      do {
+         addresses.push_back(parseAddress(tokens));
+      } while (tokens.take(","));
+   }
+   return expectation(
+       [group, addresses](Stage& stage) { stage.expectAddresses(group, addresses); });
+}
+
+Pkt::IpAddr parseRecorded(Tokens& tokens) {
+   if (tokens.take("none")) return {};
+   return tokens.read("an IPv4 address or \"none\"", ipAddrFromText).addr();
+}
+
+ScenarioEvent parseRecord(Tokens& tokens) {
+   Pkt::IntfId const intfId = tokens.read("the name of an interface", intfIdFromText);
+   std::optional<RecordedAddresses> wanted;
+   if (!tokens.take("none")) {
+      wanted.emplace();
+      if (!tokens.take("primary")) tokens.unexpected("primary or none");
+      wanted->primary = parseRecorded(tokens);
+      tokens.need("virtual");
+      wanted->virtualIp = parseRecorded(tokens);
+   }
+   return expectation([intfId, wanted](Stage& stage) { stage.expectRecord(intfId, wanted); });
+}
+
 }  // namespace
 
 ScenarioEvent parseExpect(Tokens& tokens) {
@@ -93,6 +140,8 @@ ScenarioEvent parseExpect(Tokens& tokens) {
       return expectation([calls](Stage& stage) { stage.expectCalls(calls); });
    }
    if (tokens.take("log")) return parseLog(tokens);
+   if (tokens.take("addresses")) return parseAddresses(tokens);
+   if (tokens.take("record")) return parseRecord(tokens);
    if (auto const number = parseNumber(tokens)) return *number;
    if (tokens.take("resource-full")) {
       bool const wanted = tokens.take("yes");
@@ -109,8 +158,8 @@ ScenarioEvent parseExpect(Tokens& tokens) {
       });
    }
    tokens.unexpected(
-       "one of hardware, backlog, not-programmed, calls, log, high-water, "
-       "references, differences, resource-full, time");
+       "one of hardware, backlog, not-programmed, calls, log, addresses, record, "
+       "high-water, references, differences, resource-full, time");
 }
 
 }  // namespace Agent

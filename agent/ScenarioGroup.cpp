@@ -1,5 +1,6 @@
 // Scenario events that configure a group.
 
+#include "agent/MachineView.h"
 #include "agent/ScenarioEvents.h"
 #include "agent/Stage.h"
 #include "agent/Tokens.h"
@@ -7,6 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <limits>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -18,7 +21,12 @@ namespace {
 using Tunnel::Decap::DecapGroup;
 using Change = std::function<void(DecapGroup&)>;
 
-constexpr std::array<std::string_view, 6> keywords = {"type", "port", "payload", "vrf", "ip", "no"};
+using Tunnel::Decap::DecapExcludeIntfSet;
+using Tunnel::Decap::DecapIntf;
+using Tunnel::Decap::DecapIntfKey;
+
+constexpr std::array<std::string_view, 8> keywords = {"type", "port",      "payload", "vrf",
+                                                      "ip",   "interface", "exclude", "no"};
 
 bool atKeyword(Tokens const& tokens) {
    return std::any_of(keywords.begin(), keywords.end(),
@@ -61,6 +69,56 @@ Change parseVrf(Tokens& tokens) {
    return [vrf](DecapGroup& group) { group.forwardingVrfIs(vrf); };
 }
 
+/// A family by its word, or by a number that may mean nothing.
+std::uint32_t parseFamily(Tokens& tokens) {
+   if (tokens.take("family")) {
+      constexpr std::uint64_t greatest = std::numeric_limits<std::uint32_t>::max();
+      return static_cast<std::uint32_t>(tokens.number("the number of a family", greatest));
+   }
+   return tokens.read("an address family", familyFromText);
+}
+
+/// What an interface entry is for.
+DecapIntfKey parseEntryKey(Tokens& tokens) {
+   Pkt::IntfId const intfId =
+       tokens.take(allInterfacesWord)
+           ? Pkt::emptyIntfId
+           : tokens.read("the name of an interface or \"all\"", intfIdFromText);
+   return {intfId, parseFamily(tokens)};
+}
+
+Change parseEntry(Tokens& tokens) {
+   DecapIntfKey const key = parseEntryKey(tokens);
+   auto const type = tokens.take("address-type")
+                         ? tokens.read("an address type", addressTypeFromText)
+                         : Tunnel::Decap::AddressType::primary;
+   return [entry = DecapIntf(key, type)](DecapGroup& group) { group.decapIntfIs(entry); };
+}
+
+/// The whole set of a family.
+Change parseExclude(Tokens& tokens) {
+   DecapExcludeIntfSet set({Pkt::emptyIntfId, parseFamily(tokens)});
+   if (tokens.take("none")) {
+      return [key = set.key()](DecapGroup& group) { group.decapExcludeIntfSetDel(key); };
+   }
+   do {
+      set.excludeIntfIs(tokens.read("the name of an interface or \"none\"", intfIdFromText));
+   } while (!tokens.atEnd() && !atKeyword(tokens));
+   return [set](DecapGroup& group) { group.decapExcludeIntfSetIs(set); };
+}
+
+/// What stands behind "no".
+void parseRemovals(Tokens& tokens, std::vector<Change>& changes) {
+   if (tokens.take("interface")) {
+      DecapIntfKey const key = parseEntryKey(tokens);
+      changes.emplace_back([key](DecapGroup& group) { group.decapIntfDel(key); });
+   } else if (tokens.take("ip")) {
+      parsePrefixes(tokens, false, changes);
+   } else {
+      tokens.unexpected("ip or interface");
+   }
+}
+
 std::vector<Change> parseChanges(Tokens& tokens) {
    std::vector<Change> changes;
    while (!tokens.atEnd()) {
@@ -74,11 +132,15 @@ std::vector<Change> parseChanges(Tokens& tokens) {
          changes.push_back(parseVrf(tokens));
       } else if (tokens.take("ip")) {
          parsePrefixes(tokens, true, changes);
+      } else if (tokens.take("interface")) {
+         changes.push_back(parseEntry(tokens));
+      } else if (tokens.take("exclude")) {
+         changes.push_back(parseExclude(tokens));
       } else if (tokens.take("no")) {
-         tokens.need("ip");
-         parsePrefixes(tokens, false, changes);
+         parseRemovals(tokens, changes);
       } else {
-         tokens.unexpected("one of type, port, payload, vrf, ip, no ip");
+         tokens.unexpected(
+             "one of type, port, payload, vrf, ip, no ip, interface, no interface, exclude");
       }
    }
    return changes;
@@ -107,6 +169,17 @@ ScenarioEvent parseGroup(Tokens& tokens) { return parseGroupEvent(tokens, false)
 ScenarioEvent parseReplace(Tokens& tokens) {
    tokens.need("group");
    return parseGroupEvent(tokens, true);
+}
+
+ScenarioEvent parseApply(Tokens& tokens) {
+   Mdl::String const name = tokens.read("the name of a group", nameFromText);
+   tokens.need("interface");
+   DecapIntfKey const key = parseEntryKey(tokens);
+   ScenarioEvent event;
+   event.act = [name, key](Stage& stage) {
+      if (stage.world().machine()) applyEntry(*stage.world().machine(), name, key);
+   };
+   return event;
 }
 
 }  // namespace Agent

@@ -46,8 +46,10 @@ void SecondsNode::real(double value, std::string_view written) {
    take_(value);
 }
 
-RecordNode::RecordNode(std::vector<Field> fields, std::function<void()> begin)
-    : SchemaNode("an object"), fields_(std::move(fields)), begin_(std::move(begin)) {
+RecordNode::RecordNode(std::vector<Field> fields, std::function<void()> begin,
+                       std::function<void()> end)
+    : SchemaNode("an object"), fields_(std::move(fields)), begin_(std::move(begin)),
+      end_(std::move(end)) {
    MDL_ASSERT(fields_.size() <= 32);
 }
 
@@ -77,6 +79,7 @@ void RecordNode::endRecord() {
          throw ValueError("the field \"" + std::string(fields_[i].name) + "\" is missing");
       }
    }
+   if (end_) end_();
 }
 
 }  // namespace Agent

@@ -58,6 +58,17 @@ class TextNode final : public SchemaNode {
    Take const take_;
 };
 
+/// true or false.
+class FlagNode final : public SchemaNode {
+ public:
+   using Take = std::function<void(bool)>;
+   explicit FlagNode(Take take) : SchemaNode("true or false"), take_(std::move(take)) {}
+   void flag(bool value) override { take_(value); }
+
+ private:
+   Take const take_;
+};
+
 /// A whole number from 0 to `greatest`.
 class NumberNode final : public SchemaNode {
  public:
@@ -104,8 +115,10 @@ class RecordNode final : public SchemaNode {
       Presence presence = Presence::optional;
    };
 
-   /// `begin` runs when the object opens, before its fields. No more than 32 fields.
-   explicit RecordNode(std::vector<Field> fields, std::function<void()> begin = {});
+   /// `begin` runs when the object opens, before its fields; `end` when it closes with all that are
+   /// required. No more than 32 fields.
+   explicit RecordNode(std::vector<Field> fields, std::function<void()> begin = {},
+                       std::function<void()> end = {});
 
    void beginRecord() override;
    SchemaNode& field(std::string_view name) override;
@@ -114,6 +127,7 @@ class RecordNode final : public SchemaNode {
  private:
    std::vector<Field> const fields_;
    std::function<void()> const begin_;
+   std::function<void()> const end_;
    std::uint32_t seen_ = 0;
 };
 

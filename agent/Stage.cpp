@@ -39,6 +39,13 @@ bool match(std::vector<KeyPattern> const& wanted, std::vector<KeyRow> const& fou
 
 }  // namespace
 
+std::string RecordedAddresses::text() const {
+   auto const one = [](Pkt::IpAddr addr) {
+      return addr.isZero() ? std::string("none") : addr.stringValue().stdString();
+   };
+   return "primary " + one(primary) + " virtual " + one(virtualIp);
+}
+
 Stage::Stage(World& world, std::ostream* out, std::size_t rows)
     : world_(world), out_(out), rows_(rows), narration_(world, out, "    ") {}
 
@@ -47,8 +54,12 @@ void Stage::show(std::string const& section) {
    bool const all = section == "all";
    ReportScope scope;
    scope.rows = rows_;
+   scope.interfaces = all || section == "interfaces";
    Report const report(world_, scope);
    if (all || section == "groups") printGroups(*out_, report);
+   if (section == "interfaces" || (all && report.interfaces.total != 0)) {
+      printInterfaces(*out_, report);
+   }
    if (all || section == "hardware") printHardware(*out_, report);
    if (section == "restart" || (all && report.restart.found != 0)) printRestart(*out_, report);
    if (all || section == "backlog") printBacklog(*out_, report);
@@ -85,6 +96,7 @@ void Stage::sayFindings(char const* what, std::vector<std::string> const& findin
 
 Report Stage::everything() const {
    ReportScope scope;
+   scope.interfaces = false;
    scope.rows = allRows;
    return Report(world_, scope);
 }
@@ -127,6 +139,32 @@ void Stage::expectLog(std::vector<std::string> const& wanted) {
 
 void Stage::expectDifferences(std::uint64_t wanted) {
    expectText("differences", std::to_string(wanted), std::to_string(auditBooks(world_).size()));
+}
+
+void Stage::expectAddresses(Mdl::String const& group, std::vector<std::string> const& wanted) {
+   std::vector<std::string> found;
+   for (AddressRow const& row : AddressRows(world_, allRows).rows) {
+      bool const has = isContributed(row.state) &&
+                       std::find(row.groups.begin(), row.groups.end(), group) != row.groups.end();
+      if (!has) continue;
+      found.push_back(row.intfId.name().stdString() + ' ' + roleName(*row.role) + ' ' +
+                      addressText(row.address));
+   }
+   auto const text = [](std::string const& address) { return address; };
+   std::string const subject = "addresses " + group.stdString() + ' ';
+   judge(wanted == found, subject + joined(wanted, text), subject + joined(found, text));
+}
+
+void Stage::expectRecord(Pkt::IntfId const& intfId,
+                         std::optional<RecordedAddresses> const& wanted) {
+   std::optional<RecordedAddresses> found;
+   if (auto const record = world_.machine() ? world_.machine()->decapIntfIp(intfId) : nullptr) {
+      found = {record->primaryIp(), record->virtualIp()};
+   }
+   auto const text = [](std::optional<RecordedAddresses> const& addresses) {
+      return addresses ? addresses->text() : "none";
+   };
+   expectText("record " + intfId.name().stdString(), text(wanted), text(found));
 }
 
 void Stage::expectReferences(KeyPattern const& key, std::uint64_t wanted) {

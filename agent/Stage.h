@@ -13,6 +13,14 @@
 
 namespace Agent {
 
+/// What the machine remembers of an interface's addresses. Zero for none.
+struct RecordedAddresses {
+   Pkt::IpAddr primary;
+   Pkt::IpAddr virtualIp;
+
+   std::string text() const;
+};
+
 /// Where a scenario plays: the world that its events change, and the person who watches.
 ///
 /// Owner: the command that runs a scenario.
@@ -34,7 +42,8 @@ class Stage {
    }
    Narration& narration() noexcept { return narration_; }
 
-   /// The sections of a report: groups, hardware, backlog, log, summary; all of them for "all".
+   /// The sections of a report: groups, interfaces, hardware, restart, backlog, log, summary; for
+   /// "all" all of them, interfaces and restart where there is something to say.
    void show(std::string const& section);
    void say(std::string const& text);
    /// The process dies in the n-th hook call from now on; what has been told so far is told.
@@ -53,6 +62,10 @@ class Stage {
    void expectLog(std::vector<std::string> const& wanted);
    /// How many differences an audit finds.
    void expectDifferences(std::uint64_t wanted);
+   /// The addresses that the group has from interfaces, as `show interfaces` lists them.
+   void expectAddresses(Mdl::String const& group, std::vector<std::string> const& wanted);
+   /// The addresses that the machine has recorded of an interface; none for no record.
+   void expectRecord(Pkt::IntfId const& intfId, std::optional<RecordedAddresses> const& wanted);
    void expectReferences(KeyPattern const& key, std::uint64_t wanted);
    /// Anything that compares as text.
    void expectText(std::string const& subject, std::string const& wanted, std::string const& found);

@@ -5,6 +5,7 @@
 #include "platform/sim/HardwareTable.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Agent {
@@ -50,6 +51,8 @@ std::string entryNote(KeyRow const& row) {
       note = "no group calls for it";
    } else if (row.groups.size() > 1) {
       note = "shared by " + counted(row.groups.size(), "group");
+   } else if (row.references > 1) {
+      note = "by prefix and by interface";
    }
    if (!row.fate) return note;
    return note.empty() ? fateText(*row.fate) : note + "; " + fateText(*row.fate);
@@ -66,18 +69,19 @@ void printRows(std::ostream& out, Rows const& list) {
 }  // namespace
 
 void printGroups(std::ostream& out, Report const& report) {
-   out << "Groups: " << report.groupsTotal << "; " << counted(report.prefixes, "prefix", "prefixes")
-       << '\n';
+   out << "Groups: " << report.groupsTotal << "; "
+       << counted(report.prefixes, "prefix", "prefixes");
+   if (report.usesInterfaces) {
+      out << ", " << counted(report.addresses, "interface address", "interface addresses");
+   }
+   out << '\n';
    if (report.groups.empty()) return;
-   TextTable table({{"GROUP"},
-                    {"TUNNEL"},
-                    {"PORT", Align::right},
-                    {"PAYLOAD"},
-                    {"VRF"},
-                    {"PREFIXES", Align::right},
-                    {"IN HARDWARE", Align::right},
-                    {"WAITING", Align::right},
-                    {"NOTE"}});
+   std::vector<TextTable::Column> columns = {{"GROUP"},   {"TUNNEL"}, {"PORT", Align::right},
+                                             {"PAYLOAD"}, {"VRF"},    {"PREFIXES", Align::right}};
+   if (report.usesInterfaces) columns.push_back({"ADDRESSES", Align::right});
+   columns.insert(columns.end(),
+                  {{"IN HARDWARE", Align::right}, {"WAITING", Align::right}, {"NOTE"}});
+   TextTable table(std::move(columns));
    for (GroupRow const& row : report.groups) {
       Tunnel::Decap::DecapGroup const& group = *row.group;
       std::string note;
@@ -86,13 +90,33 @@ void printGroups(std::ostream& out, Report const& report) {
       } else if (row.missing != 0) {
          note = std::to_string(row.missing) + " not programmed";
       }
-      table.row({group.name().stdString(), typeText(group.tunnelType()), portText(group.destPort()),
-                 payloadText(group.payloadType()), vrfText(group.forwardingVrf()),
-                 std::to_string(group.decapIp().size()), std::to_string(row.inHardware),
-                 std::to_string(row.waiting), note});
+      std::vector<std::string> cells = {
+          group.name().stdString(),       typeText(group.tunnelType()),
+          portText(group.destPort()),     payloadText(group.payloadType()),
+          vrfText(group.forwardingVrf()), std::to_string(group.decapIp().size())};
+      if (report.usesInterfaces) cells.push_back(std::to_string(row.addresses));
+      cells.insert(cells.end(),
+                   {std::to_string(row.inHardware), std::to_string(row.waiting), note});
+      table.row(std::move(cells));
    }
    table.print(out);
    printMore(out, report.groups.size(), report.groupsTotal);
+}
+
+void printInterfaces(std::ostream& out, Report const& report) {
+   AddressRows const& list = report.interfaces;
+   out << "Interfaces: " << list.interfaces << "; addresses: " << list.addresses << ", "
+       << list.contributed << " taken as destinations\n";
+   if (list.rows.empty()) return;
+   TextTable table({{"INTERFACE"}, {"VRF"}, {"ROLE"}, {"ADDRESS"}, {"GROUPS"}, {"STATE"}});
+   for (AddressRow const& row : list.rows) {
+      bool const absent = row.state == AddressState::noInterface;
+      table.row({row.intfId.name().stdString(), absent ? "-" : vrfText(row.vrf),
+                 row.role ? roleName(*row.role) : "-", addressText(row.address),
+                 row.groups.empty() ? "-" : namesText(row.groups), addressStateText(row.state)});
+   }
+   table.print(out);
+   printMore(out, list.rows.size(), list.total);
 }
 
 void printHardware(std::ostream& out, Report const& report) {

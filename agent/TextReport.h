@@ -9,6 +9,8 @@ namespace Agent {
 // A report for people, a section each. Sections without rows say so in their heading.
 
 void printGroups(std::ostream& out, Report const& report);
+/// What each address of an interface gives to which groups, and why not where it does not.
+void printInterfaces(std::ostream& out, Report const& report);
 void printHardware(std::ostream& out, Report const& report);
 /// What the machine found in hardware when it was built.
 void printRestart(std::ostream& out, Report const& report);

@@ -94,6 +94,32 @@ char const* fateText(TakeOver::Fate fate) noexcept {
    return "";
 }
 
+std::string addressText(Pkt::IpGenPrefix const& address) {
+   return address.empty() ? "-" : address.stringValue().stdString();
+}
+
+std::string addressStateText(AddressState state) {
+   switch (state) {
+      case AddressState::inHardware: return "in hardware";
+      case AddressState::waiting: return "waits to be programmed";
+      case AddressState::notProgrammed: return "not programmed";
+      case AddressState::leftOver: return "still taken: the machine was not told of the change";
+      case AddressState::management: return "not taken: a management interface";
+      case AddressState::internal: return "not taken: an internal interface";
+      case AddressState::otherVrf: return "not taken: the interface is not in the default VRF";
+      case AddressState::linkLocal: return "not taken: a link-local address";
+      case AddressState::noEntry: return "not taken: no entry for the interface";
+      case AddressState::excluded: return "not taken: the interface is excluded";
+      case AddressState::addressType: return "not taken: the entry is for primary addresses only";
+      case AddressState::noTunnelType: return "not taken: the group has no tunnel type";
+      case AddressState::notRunning: return "not taken: the machine does not run";
+      case AddressState::notTaken: return "not taken yet: the machine was not told of it";
+      case AddressState::noAddress: return "no address";
+      case AddressState::noInterface: return "no such interface";
+   }
+   return "";
+}
+
 std::string reasonText(KeyRow const& row) {
    switch (row.reason) {
       case Reason::none: return "";

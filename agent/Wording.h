@@ -23,6 +23,12 @@ std::string namesText(std::vector<Mdl::String> const& names, std::size_t most = 
 /// The VRF's name, or what stands for none.
 std::string vrfText(L3::VrfName const& vrf);
 
+/// "10.0.0.1/24", or what stands for none.
+std::string addressText(Pkt::IpGenPrefix const& address);
+
+/// What has become of the address, or why it gives nothing, as a sentence without its full stop.
+std::string addressStateText(AddressState state);
+
 /// Why the key of the row is not in hardware, as a sentence without its full stop.
 std::string reasonText(KeyRow const& row);
 

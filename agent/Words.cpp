@@ -40,15 +40,20 @@ E enumeratorFromText(std::string_view text, char const* what) {
                     "; known are " + known);
 }
 
-}  // namespace
-
-Pkt::IpGenPrefix destinationFromText(std::string_view text) {
-   Pkt::IpGenPrefix prefix;
+/// Reads a network value whose own errors say what is wrong, but not where.
+template <class T>
+T readAs(std::string_view text) {
    try {
-      prefix = Pkt::IpGenPrefix::fromText(text);
+      return T::fromText(text);
    } catch (Mdl::Exception const& error) {
       throw ValueError(error.what());
    }
+}
+
+}  // namespace
+
+Pkt::IpGenPrefix destinationFromText(std::string_view text) {
+   auto const prefix = readAs<Pkt::IpGenPrefix>(text);
    if (prefix.empty()) throw ValueError("an empty text is no prefix");
    if (prefix.hasHostBits()) {
       throw ValueError("bits are set beyond the prefix length: " + Mdl::quotedForMessage(text) +
@@ -81,6 +86,44 @@ Mdl::String nameFromText(std::string_view text) {
    if (text.size() > 255) throw ValueError("a name has at most 255 bytes");
    if (printable(text) != text) throw ValueError("a name must not hold control characters");
    return Mdl::String(text);
+}
+
+Pkt::IntfId intfIdFromText(std::string_view text) {
+   Mdl::String const name = nameFromText(text);
+   if (text == allInterfacesWord) {
+      throw ValueError("\"all\" stands for all interfaces and is no interface's name");
+   }
+   return Pkt::IntfId(name);
+}
+
+Pkt::IpAddrWithMask ipAddrFromText(std::string_view text) {
+   return readAs<Pkt::IpAddrWithMask>(text);
+}
+
+Pkt::Ip6AddrWithMask ip6AddrFromText(std::string_view text) {
+   return readAs<Pkt::Ip6AddrWithMask>(text);
+}
+
+std::uint32_t familyFromText(std::string_view text) {
+   for (std::uint32_t const family : {Pkt::familyIpv4, Pkt::familyIpv6}) {
+      if (text == familyText(family)) return family;
+   }
+   throw ValueError("unknown address family " + Mdl::quotedForMessage(text) +
+                    "; known are ipv4, ipv6");
+}
+
+std::string familyText(std::uint32_t family) {
+   switch (family) {
+      case Pkt::familyIpv4: return "ipv4";
+      case Pkt::familyIpv6: return "ipv6";
+      default: return std::to_string(family);  // a number that a scenario made up
+   }
+}
+
+Tunnel::Decap::AddressType addressTypeFromText(std::string_view text) {
+   if (auto const type = Mdl::enumFromName<Tunnel::Decap::AddressType>(text)) return *type;
+   throw ValueError("unknown address type " + Mdl::quotedForMessage(text) +
+                    "; known are primary, all");
 }
 
 }  // namespace Agent

@@ -2,10 +2,16 @@
 
 #include "FwdL3Unicast/dgRetCode.h"
 #include "mdl/String.h"
+#include "pkt/IntfId.h"
+#include "pkt/Ip6AddrWithMask.h"
+#include "pkt/IpAddrWithMask.h"
 #include "pkt/IpGenPrefix.h"
+#include "tunnel/decap/AddressType.h"
 #include "tunnel/decap/PayloadType.h"
 #include "tunnel/decap/TunnelType.h"
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace Agent {
@@ -30,5 +36,24 @@ Fwd::dgRetCode answerFromWord(std::string_view text);
 
 /// The name of a group or a VRF: 1 to 255 bytes, no control characters.
 Mdl::String nameFromText(std::string_view text);
+
+/// What stands for all interfaces of a family, where a decap group may name them.
+inline constexpr std::string_view allInterfacesWord = "all";
+
+/// The name of an interface, like any other name but for `allInterfacesWord`.
+Pkt::IntfId intfIdFromText(std::string_view text);
+
+/// An interface's address with the length of its network's prefix, "10.0.0.1/24"; an address alone
+/// gets its full length.
+Pkt::IpAddrWithMask ipAddrFromText(std::string_view text);
+Pkt::Ip6AddrWithMask ip6AddrFromText(std::string_view text);
+
+/// "ipv4" or "ipv6".
+std::uint32_t familyFromText(std::string_view text);
+/// The word of a family; its number when it has none.
+std::string familyText(std::uint32_t family);
+
+/// "primary" or "all".
+Tunnel::Decap::AddressType addressTypeFromText(std::string_view text);
 
 }  // namespace Agent

@@ -20,6 +20,18 @@ constexpr std::size_t journalLimit = 1000;
 /// So many refusals are not worth looking through.
 constexpr std::size_t fewRefusals = 1000;
 
+/// Does the second thing although the first may throw.
+template <class First, class Second>
+void both(First const& first, Second const& second) {
+   try {
+      first();
+   } catch (...) {
+      second();
+      throw;
+   }
+   second();
+}
+
 /// What a wake-up can change that matters to an onlooker.
 struct Mark {
    std::size_t entries;
@@ -73,6 +85,7 @@ void World::configure(Configuration const& configuration) {
    configure(configuration.hardware);
    review_ = configuration.review;
    reviewChanged();
+   for (auto const& interface : configuration.interfaces) configure(interface);
    for (auto const& group : configuration.groups) configure(group);
 }
 
@@ -96,7 +109,20 @@ void World::configure(GroupConfiguration const& configuration) {
    group->payloadTypeIs(configuration.payloadType);
    group->forwardingVrfIs(configuration.vrf);
    for (auto const& prefix : configuration.decapIps) group->decapIpIs(prefix);
+   // Before the entries, so that these never admit an interface that is left out.
+   for (auto const& set : configuration.excludeInterfaces) group->decapExcludeIntfSetIs(set);
+   for (auto const& entry : configuration.decapInterfaces) group->decapIntfIs(entry);
    groupIs(group);
+}
+
+void World::configure(InterfaceConfiguration const& configuration) {
+   auto const interface = interfaceFor(configuration.name);
+   interface.vrfIs(configuration.vrf);
+   interface.ip->addrWithMaskIs(configuration.primary);
+   for (auto const& addr : configuration.secondary) interface.ip->activeSecondaryWithMaskIs(addr);
+   interface.ip->virtualAddrIs(configuration.isVirtual);
+   for (auto const& addr : configuration.ipv6) interface.ip6->addrIs(addr, {});
+   interfaceIs(interface);
 }
 
 void World::build() {
@@ -149,6 +175,23 @@ void World::groupIs(Mdl::Ptr<DecapGroup> const& group) {
 void World::groupDel(Mdl::String const& name) {
    groups_.erase(name);
    config_->decapGroupDel(name);
+}
+
+Interface World::interfaceFor(Pkt::IntfId const& name) {
+   if (Interface const* const known = interfaces_.find(name)) return *known;
+   L3::VrfName const& vrf = L3::VrfName::defaultVrf();
+   return {Mdl::allocate<Ip::IpIntfStatus>(name, vrf), Mdl::allocate<Ip6::IntfStatus>(name, vrf)};
+}
+
+void World::interfaceIs(Interface const& interface) {
+   interfaces_.insertOrAssign(interface.name(), interface);
+   both([&] { ipStatus_->ipIntfStatusIs(interface.ip); },
+        [&] { ip6Status_->intfIs(interface.ip6); });
+}
+
+void World::interfaceDel(Pkt::IntfId const& name) {
+   interfaces_.erase(name);
+   both([&] { ipStatus_->ipIntfStatusDel(name); }, [&] { ip6Status_->intfDel(name); });
 }
 
 void World::turn() {

@@ -24,6 +24,23 @@ struct Settled {
    Mdl::Seconds at = 0.0;
 };
 
+/// One interface as an agent reports it: a status object for each family. Both are there for every
+/// interface, with or without addresses.
+struct Interface {
+   Mdl::Ptr<Ip::IpIntfStatus> ip;
+   Mdl::Ptr<Ip6::IntfStatus> ip6;
+
+   Pkt::IntfId const& name() const noexcept { return ip->intfId(); }
+   L3::VrfName const& vrf() const noexcept { return ip->vrf(); }
+   /// An interface that is part of the status moves without anybody being told.
+   void vrfIs(L3::VrfName const& vrf) const {
+      ip->vrfIs(vrf);
+      ip6->vrfIs(vrf);
+   }
+
+   friend bool operator==(Interface const&, Interface const&) = default;
+};
+
 /// One switch in simulated time: the entities that an agent owns, simulated hardware, and the state
 /// machine between them.
 ///
@@ -45,7 +62,7 @@ class World {
    /// Drops the machine first, which withdraws what it programmed unless hardware is to be kept.
    ~World();
 
-   /// Adds the groups and takes over the settings. A group that exists is changed.
+   /// Adds the interfaces and groups and takes over the settings. What exists is changed.
    void configure(Configuration const& configuration);
 
    /// Goes on with the hardware table that the file holds, and keeps it there. Before anything is
@@ -87,6 +104,19 @@ class World {
    /// In the order of configuration.
    Mdl::Collection<Mdl::String, Mdl::Ptr<DecapGroup>> const& groups() const noexcept {
       return groups_;
+   }
+
+   // Interfaces.
+
+   /// The interface, made when it does not exist. A new one is not part of the status yet: set its
+   /// attributes, then `interfaceIs`.
+   Interface interfaceFor(Pkt::IntfId const& name);
+   /// Makes the interface part of the status, with its IPv4 half first.
+   void interfaceIs(Interface const& interface);
+   void interfaceDel(Pkt::IntfId const& name);
+   /// In the order of appearance.
+   Mdl::Collection<Pkt::IntfId, Interface> const& interfaces() const noexcept {
+      return interfaces_;
    }
 
    // Time.
@@ -135,6 +165,7 @@ class World {
  private:
    void configure(HardwareConfiguration const& hardware);
    void configure(GroupConfiguration const& group);
+   void configure(InterfaceConfiguration const& interface);
    void noteCall(Sim::Call const& call);
    void moveClock(Mdl::Seconds time);
    Mdl::Seconds nextTurn() const;
@@ -151,6 +182,7 @@ class World {
    CallObserver callObserver_;
    FaultHandler faultHandler_;
    Mdl::Collection<Mdl::String, Mdl::Ptr<DecapGroup>> groups_;
+   Mdl::Collection<Pkt::IntfId, Interface> interfaces_;
    Mdl::Ptr<Tunnel::Decap::Config> config_;
    Mdl::Ptr<Tunnel::Decap::Hardware::Status> status_;
    Mdl::Ptr<Ip::Status> ipStatus_;

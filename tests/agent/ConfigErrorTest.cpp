@@ -79,18 +79,18 @@ TEST(ConfigSyntaxError, RefusesANumberThatIsTooGreatForAny) {
 
 TEST(ConfigError, NamesTheLineAndTheUnknownField) {
    EXPECT_EQ(errorOf("{\n\"group\": []}"),
-             "c.json:2: group: unknown field; known here: groups, hardware, review");
+             "c.json:2: group: unknown field; known here: groups, interfaces, hardware, review");
    EXPECT_EQ(errorOfGroup(R"("port": 1)"),
              "c.json:1: groups[0].port: unknown field; known here: name, tunnelType, destPort, "
-             "payloadType, vrf, decapIps");
+             "payloadType, vrf, decapIps, decapInterfaces, excludeInterfaces");
    EXPECT_EQ(errorOf(R"({"groups": [], "hardware": {"capacityByType": {"vxlan": 1}}})"),
              "c.json:1: hardware.capacityByType.vxlan: unknown field; known here: gre, ipip, udp");
 }
 
 TEST(ConfigError, QuotesAFieldNameThatIsNoPlainWord) {
    EXPECT_EQ(errorOf("{\"we ird\\u001b[31m\": 1}"),
-             "c.json:1: [\"we ird\\x1b[31m\"]: unknown field; known here: groups, hardware, "
-             "review");
+             "c.json:1: [\"we ird\\x1b[31m\"]: unknown field; known here: groups, "
+             "interfaces, hardware, review");
 }
 
 TEST(ConfigError, RefusesAFieldThatAppearsTwice) {

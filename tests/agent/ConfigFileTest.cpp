@@ -5,6 +5,8 @@
 namespace Agent {
 namespace {
 
+using Tunnel::Decap::AddressType;
+using Tunnel::Decap::DecapIntfKey;
 using Tunnel::Decap::PayloadType;
 using Tunnel::Decap::TunnelType;
 
@@ -50,6 +52,69 @@ TEST(ConfigFile, AnAddressAloneIsItsHostPrefix) {
        read(R"({"groups": [{"name": "a", "decapIps": ["10.0.0.1", "::1"]}]})").groups.at(0);
    EXPECT_EQ(group.decapIps[0], Pkt::IpGenPrefix::fromText("10.0.0.1/32"));
    EXPECT_EQ(group.decapIps[1], Pkt::IpGenPrefix::fromText("::1/128"));
+}
+
+TEST(ConfigFile, ReadsTheInterfacesOfAGroup) {
+   auto const group = read(R"({"groups": [{"name": "a",
+      "decapInterfaces": [{"interface": "all", "family": "ipv4", "addressType": "all"},
+                          {"addressType": "primary", "family": "ipv6", "interface": "Ethernet1"}],
+      "excludeInterfaces": {"ipv6": ["Ethernet3"], "ipv4": ["Ethernet2", "Vlan5", "Vlan5"]}}]})")
+                          .groups.at(0);
+   ASSERT_EQ(group.decapInterfaces.size(), 2u);
+   EXPECT_EQ(group.decapInterfaces[0].key(), DecapIntfKey(Pkt::emptyIntfId, Pkt::familyIpv4));
+   EXPECT_EQ(group.decapInterfaces[0].addressType(), AddressType::all);
+   EXPECT_EQ(group.decapInterfaces[1].key(),
+             DecapIntfKey(Pkt::IntfId("Ethernet1"), Pkt::familyIpv6));
+   EXPECT_EQ(group.decapInterfaces[1].addressType(), AddressType::primary);
+   ASSERT_EQ(group.excludeInterfaces.size(), 2u);
+   EXPECT_EQ(group.excludeInterfaces[0].key(), DecapIntfKey(Pkt::emptyIntfId, Pkt::familyIpv6));
+   EXPECT_EQ(group.excludeInterfaces[0].size(), 1u);
+   EXPECT_EQ(group.excludeInterfaces[1].key(), DecapIntfKey(Pkt::emptyIntfId, Pkt::familyIpv4));
+   EXPECT_EQ(group.excludeInterfaces[1].size(), 2u);
+   EXPECT_TRUE(group.excludeInterfaces[1].excludeIntf(Pkt::IntfId("Vlan5")));
+}
+
+TEST(ConfigFile, AnEntryIsForPrimaryAddressesUnlessItSaysMore) {
+   auto const group = read(R"({"groups": [{"name": "a", "decapInterfaces": [
+      {"interface": "Ethernet1", "family": "ipv4", "addressType": "all"},
+      {"interface": "Ethernet2", "family": "ipv4"}]}]})")
+                          .groups.at(0);
+   EXPECT_EQ(group.decapInterfaces.at(1).addressType(), AddressType::primary);
+}
+
+TEST(ConfigFile, AnEmptyExcludeListIsNoSet) {
+   auto const group =
+       read(R"({"groups": [{"name": "a", "excludeInterfaces": {"ipv4": []}}]})").groups.at(0);
+   EXPECT_TRUE(group.excludeInterfaces.empty());
+}
+
+TEST(ConfigFile, ReadsAnInterfaceWithAllItsFields) {
+   auto const interfaces = read(R"({"groups": [], "interfaces": [{
+      "name": "Ethernet1", "vrf": "red", "primary": "10.0.0.1/24", "virtual": true,
+      "secondary": ["10.0.1.1/24", "10.0.2.1"], "ipv6": ["2001:db8::1/64", "fe80::1"]}]})")
+                               .interfaces;
+   ASSERT_EQ(interfaces.size(), 1u);
+   auto const& interface = interfaces.front();
+   EXPECT_EQ(interface.name, Pkt::IntfId("Ethernet1"));
+   EXPECT_EQ(interface.vrf, L3::VrfName(Mdl::String("red")));
+   EXPECT_EQ(interface.primary, Pkt::IpAddrWithMask::fromText("10.0.0.1/24"));
+   EXPECT_TRUE(interface.isVirtual);
+   ASSERT_EQ(interface.secondary.size(), 2u);
+   EXPECT_EQ(interface.secondary[0], Pkt::IpAddrWithMask::fromText("10.0.1.1/24"));
+   EXPECT_EQ(interface.secondary[1], Pkt::IpAddrWithMask::fromText("10.0.2.1/32"));
+   ASSERT_EQ(interface.ipv6.size(), 2u);
+   EXPECT_EQ(interface.ipv6[0], Pkt::Ip6AddrWithMask::fromText("2001:db8::1/64"));
+   EXPECT_EQ(interface.ipv6[1], Pkt::Ip6AddrWithMask::fromText("fe80::1/128"));
+}
+
+TEST(ConfigFile, AnInterfaceMayHaveNothingButItsName) {
+   auto const interface =
+       read(R"({"groups": [], "interfaces": [{"name": "Ethernet1"}]})").interfaces.at(0);
+   EXPECT_EQ(interface.vrf, L3::VrfName::defaultVrf());
+   EXPECT_TRUE(interface.primary.isZero());
+   EXPECT_FALSE(interface.isVirtual);
+   EXPECT_TRUE(interface.secondary.empty());
+   EXPECT_TRUE(interface.ipv6.empty());
 }
 
 TEST(ConfigFile, SkipsComments) {

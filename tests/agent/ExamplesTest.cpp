@@ -69,12 +69,15 @@ INSTANTIATE_TEST_SUITE_P(Files, Example, testing::ValuesIn(examples()), [](auto 
    return name;
 });
 
-TEST(Examples, AreThere) { EXPECT_GE(examples().size(), 3u) << "in " << root; }
+TEST(Examples, AreThere) { EXPECT_GE(examples().size(), 4u) << "in " << root; }
 
 TEST(Documentation, ShowsAConfigurationThatCanBeRead) {
    std::string const text = block(content(root / "docs/agent.md"), "```jsonc", "groups");
    Configuration const configuration = configurationFromText("docs/agent.md", text);
    EXPECT_EQ(configuration.groups.size(), 1u);
+   EXPECT_EQ(configuration.interfaces.size(), 1u);
+   EXPECT_EQ(configuration.groups.at(0).decapInterfaces.size(), 2u);
+   EXPECT_EQ(configuration.groups.at(0).excludeInterfaces.size(), 1u);
    EXPECT_EQ(configuration.hardware.answers.size(), 1u);
 }
 

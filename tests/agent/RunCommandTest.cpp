@@ -156,6 +156,80 @@ TEST_F(RunCommand, JsonKeepsTracesOffTheDocument) {
    EXPECT_NE(err.str().find("trace 2"), std::string::npos);
 }
 
+constexpr char const* withInterfaces = R"({"groups": [
+   {"name": "core", "tunnelType": "gre", "decapIps": ["10.0.1.1"],
+    "decapInterfaces": [{"interface": "all", "family": "ipv4", "addressType": "all"}],
+    "excludeInterfaces": {"ipv4": ["Ethernet2"]}}],
+   "interfaces": [
+   {"name": "Ethernet1", "primary": "10.0.1.1/24", "secondary": ["10.1.1.1/24"]},
+   {"name": "Ethernet2", "primary": "10.0.2.1/24", "virtual": true},
+   {"name": "Management1", "primary": "10.0.3.1/24"},
+   {"name": "Ethernet3", "vrf": "red", "ipv6": ["2001:db8::1/64"]}]})";
+
+TEST_F(RunCommand, ShowsWhatInterfacesContribute) {
+   EXPECT_EQ(runText(withInterfaces), ExitCode::ok);
+   EXPECT_EQ(err.str(), "");
+   EXPECT_EQ(
+       out.str(),
+       "Groups: 1; 1 prefix, 2 interface addresses\n"
+       "  GROUP  TUNNEL  PORT  PAYLOAD  VRF      PREFIXES  ADDRESSES  IN HARDWARE  WAITING  NOTE\n"
+       "  core   gre        -  -        default         1          2            2        0\n"
+       "\n"
+       "Interfaces: 4; addresses: 6, 2 taken as destinations\n"
+       "  INTERFACE    VRF      ROLE       ADDRESS         GROUPS  STATE\n"
+       "  Ethernet1    default  primary    10.0.1.1/24     core    in hardware\n"
+       "  Ethernet1    default  secondary  10.1.1.1/24     core    in hardware\n"
+       "  Ethernet2    default  primary    10.0.2.1/24     core    not taken: the interface is "
+       "excluded\n"
+       "  Ethernet2    default  virtual    10.0.2.1/24     core    not taken: the interface is "
+       "excluded\n"
+       "  Management1  default  primary    10.0.3.1/24     -       not taken: a management "
+       "interface\n"
+       "  Ethernet3    red      ipv6       2001:db8::1/64  -       not taken: the interface is not "
+       "in the default VRF\n"
+       "\n"
+       "Hardware table: 2 entries, no limit; at most 2 at once\n"
+       "  TUNNEL  DESTINATION  PORT  PAYLOAD  VRF      GROUPS  NOTE\n"
+       "  gre     10.0.1.1/32     -  -        default  core    by prefix and by interface\n"
+       "  gre     10.1.1.1/32     -  -        default  core\n"
+       "\n"
+       "Waiting to be programmed: 0 keys\n"
+       "\n"
+       "Log: no messages\n"
+       "\n"
+       "Summary: 2 in hardware (1 shared), 0 waiting, 0 not programmed; resource alarm off\n"
+       "Quiet at 0.000 s of simulated time\n");
+}
+
+TEST_F(RunCommand, JsonHasTheAddressesOfInterfaces) {
+   options.json = true;
+   EXPECT_EQ(runText(withInterfaces), ExitCode::ok);
+   auto const json = nlohmann::json::parse(out.str());
+   EXPECT_EQ(json["summary"]["interfaces"], 4);
+   EXPECT_EQ(json["summary"]["addresses"], 2);
+   EXPECT_EQ(json["groups"][0]["addresses"], 2);
+   ASSERT_EQ(json["interfaces"].size(), 6u);
+   EXPECT_EQ(json["interfaces"][0],
+             nlohmann::json::parse(R"({"interface": "Ethernet1", "vrf": "default",
+                "role": "primary", "address": "10.0.1.1/24", "groups": ["core"],
+                "state": "inHardware", "text": "in hardware"})"));
+   EXPECT_EQ(json["interfaces"][3]["role"], "virtual");
+   EXPECT_EQ(json["interfaces"][3]["state"], "excluded");
+   EXPECT_EQ(json["interfaces"][4]["groups"], nlohmann::json::array());
+   EXPECT_EQ(json["interfaces"][5]["vrf"], "red");
+}
+
+TEST_F(RunCommand, JsonHasNothingForWhatIsNotThere) {
+   options.json = true;
+   runText(R"({"groups": [{"name": "a", "tunnelType": "gre",
+      "decapInterfaces": [{"interface": "Ethernet9", "family": "ipv4"}]}]})");
+   auto const json = nlohmann::json::parse(out.str());
+   EXPECT_EQ(json["interfaces"][0],
+             nlohmann::json::parse(R"({"interface": "Ethernet9", "vrf": null, "role": null,
+                "address": null, "groups": ["a"], "state": "noInterface",
+                "text": "no such interface"})"));
+}
+
 TEST_F(RunCommand, JsonIsNotCut) {
    options.json = true;
    options.rows = 1;

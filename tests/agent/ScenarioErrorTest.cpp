@@ -19,16 +19,18 @@ std::string errorOf(std::string const& text) {
 
 TEST(ScenarioError, NamesLineAndColumn) {
    EXPECT_EQ(errorOf("# first\n\n  grup a\n"),
-             "s.scn:3:3: expected one of group, replace, no, hardware, machine, advance, "
-             "settle, verify, audit, show, expect, trace, say, found \"grup\"");
+             "s.scn:3:3: expected one of group, replace, interface, no, apply, hardware, machine, "
+             "advance, settle, verify, audit, show, expect, trace, say, found \"grup\"");
 }
 
 TEST(ScenarioError, OfAGroup) {
    EXPECT_EQ(errorOf("group"),
              "s.scn:1:6: expected the name of a group, found the end of the "
              "line");
-   EXPECT_EQ(errorOf("group a typ gre"),
-             "s.scn:1:9: expected one of type, port, payload, vrf, ip, no ip, found \"typ\"");
+   EXPECT_EQ(
+       errorOf("group a typ gre"),
+       "s.scn:1:9: expected one of type, port, payload, vrf, ip, no ip, interface, no interface, "
+       "exclude, found \"typ\"");
    EXPECT_EQ(errorOf("group a type vxlan"),
              "s.scn:1:14: unknown tunnel type \"vxlan\"; known are gre, ipip, udp");
    EXPECT_EQ(errorOf("group a port 65536"),
@@ -37,11 +39,53 @@ TEST(ScenarioError, OfAGroup) {
    EXPECT_EQ(errorOf("group a ip 10.1.2.3/16"),
              "s.scn:1:12: bits are set beyond the prefix length: \"10.1.2.3/16\" lies in "
              "10.1.0.0/16");
-   EXPECT_EQ(errorOf("group a no vrf"), "s.scn:1:12: expected ip, found \"vrf\"");
+   EXPECT_EQ(errorOf("group a no vrf"), "s.scn:1:12: expected ip or interface, found \"vrf\"");
+   EXPECT_EQ(errorOf("no grup a"), "s.scn:1:4: expected group or interface, found \"grup\"");
    EXPECT_EQ(errorOf("replace grup a"), "s.scn:1:9: expected group, found \"grup\"");
-   EXPECT_EQ(errorOf("replace group a typ gre"),
-             "s.scn:1:17: expected one of type, port, payload, vrf, ip, no ip, found \"typ\"");
-   EXPECT_EQ(errorOf("no grup a"), "s.scn:1:4: expected group, found \"grup\"");
+   EXPECT_EQ(
+       errorOf("replace group a typ gre"),
+       "s.scn:1:17: expected one of type, port, payload, vrf, ip, no ip, interface, no interface, "
+       "exclude, found \"typ\"");
+}
+
+TEST(ScenarioError, OfAGroupsInterfaces) {
+   EXPECT_EQ(errorOf("group a interface"),
+             "s.scn:1:18: expected the name of an interface or \"all\", found the end of the line");
+   EXPECT_EQ(errorOf("group a interface \"all\" ipv4"),
+             "s.scn:1:19: \"all\" stands for all interfaces and is no interface's name");
+   EXPECT_EQ(errorOf("group a interface all ipv5"),
+             "s.scn:1:23: unknown address family \"ipv5\"; known are ipv4, ipv6");
+   EXPECT_EQ(errorOf("group a interface all family many"),
+             "s.scn:1:30: expected the number of a family, a whole number from 0 to 4294967295, "
+             "found \"many\"");
+   EXPECT_EQ(errorOf("group a interface all ipv4 address-type secondary"),
+             "s.scn:1:41: unknown address type \"secondary\"; known are primary, all");
+   EXPECT_EQ(errorOf("group a exclude ipv4"),
+             "s.scn:1:21: expected the name of an interface or \"none\", found the end of the "
+             "line");
+   EXPECT_EQ(errorOf("apply a all ipv4"), "s.scn:1:9: expected interface, found \"all\"");
+}
+
+TEST(ScenarioError, OfAnInterface) {
+   EXPECT_EQ(errorOf("interface all"),
+             "s.scn:1:11: \"all\" stands for all interfaces and is no interface's name");
+   EXPECT_EQ(errorOf("interface Ethernet1 ip 10.0.0.1/24"),
+             "s.scn:1:21: expected one of vrf, primary, secondary, no secondary, virtual, ipv6, no "
+             "ipv6, found \"ip\"");
+   EXPECT_EQ(errorOf("interface Ethernet1 primary 10.0.0.1/33"),
+             "s.scn:1:29: prefix length greater than 32: \"10.0.0.1/33\"");
+   EXPECT_EQ(errorOf("interface Ethernet1 primary 2001:db8::1/64"),
+             "s.scn:1:29: not an IPv4 address: \"2001:db8::1\"");
+   EXPECT_EQ(errorOf("interface Ethernet1 secondary"),
+             "s.scn:1:30: expected an IPv4 address, found the end of the line");
+   EXPECT_EQ(errorOf("interface Ethernet1 ipv6 10.0.0.1"),
+             "s.scn:1:26: not an IPv6 address: \"10.0.0.1\"");
+   EXPECT_EQ(errorOf("interface Ethernet1 virtual yes"),
+             "s.scn:1:29: expected on or off, found \"yes\"");
+   EXPECT_EQ(errorOf("interface Ethernet1 no primary"),
+             "s.scn:1:24: expected secondary or ipv6, found \"primary\"");
+   EXPECT_EQ(errorOf("no interface"),
+             "s.scn:1:13: expected the name of an interface, found the end of the line");
 }
 
 TEST(ScenarioError, OfTheHardware) {
@@ -61,7 +105,8 @@ TEST(ScenarioError, OfTheHardware) {
 TEST(ScenarioError, OfTimeAndLooks) {
    EXPECT_EQ(errorOf("advance"), "s.scn:1:8: expected seconds, found the end of the line");
    EXPECT_EQ(errorOf("show me"),
-             "s.scn:1:6: expected one of all, groups, hardware, restart, backlog, log, summary, "
+             "s.scn:1:6: expected one of all, groups, interfaces, hardware, restart, backlog, log, "
+             "summary, "
              "found \"me\"");
    EXPECT_EQ(errorOf("machine begin"),
              "s.scn:1:9: expected one of start, build, config-ready, initialized, stop, kill, "
@@ -79,12 +124,21 @@ TEST(ScenarioError, OfTimeAndLooks) {
 TEST(ScenarioError, OfAnExpectation) {
    EXPECT_EQ(errorOf("expect everything"),
              "s.scn:1:8: expected one of hardware, backlog, not-programmed, calls, log, "
-             "high-water, references, differences, resource-full, time, found \"everything\"");
+             "addresses, record, high-water, references, differences, resource-full, time, found "
+             "\"everything\"");
    EXPECT_EQ(errorOf("expect hardware 10.1.0.0/16,"),
              "s.scn:1:29: expected a prefix, found the end of the line");
    EXPECT_EQ(errorOf("expect calls erase 10.1.0.0/16"),
              "s.scn:1:14: expected \"program\", \"remove\", \"verify\" or \"config-ready\", found "
              "\"erase\"");
+   EXPECT_EQ(errorOf("expect addresses a Ethernet1 first 10.0.0.1/24"),
+             "s.scn:1:30: expected one of primary, secondary, virtual, ipv6, found \"first\"");
+   EXPECT_EQ(errorOf("expect addresses a Ethernet1 ipv6 10.0.0.1/24"),
+             "s.scn:1:35: not an IPv6 address: \"10.0.0.1\"");
+   EXPECT_EQ(errorOf("expect record Ethernet1"),
+             "s.scn:1:24: expected primary or none, found the end of the line");
+   EXPECT_EQ(errorOf("expect record Ethernet1 primary 10.0.0.1"),
+             "s.scn:1:41: expected virtual, found the end of the line");
    EXPECT_EQ(errorOf("expect resource-full maybe"), "s.scn:1:22: expected no, found \"maybe\"");
 }
 

@@ -120,6 +120,22 @@ TEST(WorldDeath, DiesInTheCallThatItIsTold) {
    EXPECT_EQ(world.hardware().table().size(), 5u);
 }
 
+TEST(World, AnInterfaceIsPartOfTheStatusOnceItIsEntered) {
+   World world;
+   world.start();
+   Interface const made = world.interfaceFor(Pkt::IntfId("Ethernet1"));
+   EXPECT_EQ(made.vrf(), L3::VrfName::defaultVrf());
+   EXPECT_FALSE(world.machine()->mdlIpIntfStatusHas(made.name()));
+   world.interfaceIs(made);
+   EXPECT_EQ(world.machine()->ipIntfStatus(made.name()), made.ip);
+   EXPECT_EQ(world.machine()->ip6IntfStatus(made.name()), made.ip6);
+   EXPECT_EQ(world.interfaceFor(made.name()), made);
+   world.interfaceDel(made.name());
+   EXPECT_FALSE(world.machine()->mdlIpIntfStatusHas(made.name()));
+   EXPECT_FALSE(world.machine()->mdlIp6IntfStatusHas(made.name()));
+   EXPECT_TRUE(world.interfaces().empty());
+}
+
 TEST(World, IsQuietAtOnceWhenNothingWaits) {
    World world;
    world.start();
