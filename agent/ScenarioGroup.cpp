@@ -69,13 +69,15 @@ Change parseVrf(Tokens& tokens) {
    return [vrf](DecapGroup& group) { group.forwardingVrfIs(vrf); };
 }
 
-/// A family by its word, or by a number that may mean nothing.
 std::uint32_t parseFamily(Tokens& tokens) {
-   if (tokens.take("family")) {
-      constexpr std::uint64_t greatest = std::numeric_limits<std::uint32_t>::max();
-      return static_cast<std::uint32_t>(tokens.number("the number of a family", greatest));
-   }
    return tokens.read("an address family", familyFromText);
+}
+
+/// The same, or a number that may mean nothing.
+std::uint32_t parseFamilyOrNumber(Tokens& tokens) {
+   if (!tokens.take("family")) return parseFamily(tokens);
+   constexpr std::uint64_t greatest = std::numeric_limits<std::uint32_t>::max();
+   return static_cast<std::uint32_t>(tokens.number("the number of a family", greatest));
 }
 
 /// What an interface entry is for.
@@ -84,7 +86,7 @@ DecapIntfKey parseEntryKey(Tokens& tokens) {
        tokens.take(allInterfacesWord)
            ? Pkt::emptyIntfId
            : tokens.read("the name of an interface or \"all\"", intfIdFromText);
-   return {intfId, parseFamily(tokens)};
+   return {intfId, parseFamilyOrNumber(tokens)};
 }
 
 Change parseEntry(Tokens& tokens) {

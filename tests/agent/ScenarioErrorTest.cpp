@@ -63,6 +63,9 @@ TEST(ScenarioError, OfAGroupsInterfaces) {
    EXPECT_EQ(errorOf("group a exclude ipv4"),
              "s.scn:1:21: expected the name of an interface or \"none\", found the end of the "
              "line");
+   // The machine takes such a set for a slip of its agent's, and stops.
+   EXPECT_EQ(errorOf("group a exclude family 3 Ethernet1"),
+             "s.scn:1:17: unknown address family \"family\"; known are ipv4, ipv6");
    EXPECT_EQ(errorOf("apply a all ipv4"), "s.scn:1:9: expected interface, found \"all\"");
 }
 
