@@ -63,6 +63,15 @@ std::string scenario(std::size_t killedIn) {
            "group late type gre ip 10.40.0.0/24\n"
            "settle\n"
            "no group late\n"
+           "interface Ethernet1 primary 10.50.1.1/24 secondary 10.50.1.2/24\n"
+           "interface Ethernet2 primary 10.50.2.1/24 ipv6 2001:db8:2::1/64\n"
+           "interface Ethernet3 primary 10.50.3.1/24\n"
+           "group wide type gre\n"
+           "group wide interface all ipv4 address-type all interface all ipv6\n"
+           "group wide vrf red\n"
+           "group wide exclude ipv4 Ethernet3\n"
+           "interface Ethernet2 primary 10.50.2.9/24\n"
+           "no interface Ethernet3\n"
         << "group share1 no ip" << prefixes(0, 3) << "\nsettle\n";
    return text.str();
 }
@@ -77,7 +86,13 @@ constexpr char const* lastConfiguration = R"({"groups": [
       "10.20.3.0/24", "10.20.4.0/24", "10.20.5.0/24", "10.20.6.0/24", "10.20.7.0/24",
       "10.20.8.0/24", "10.20.9.0/24", "10.20.10.0/24", "10.20.11.0/24"]},
    {"name": "share2", "tunnelType": "ipip", "vrf": "green",
-    "decapIps": ["10.30.0.0/24", "10.31.0.0/24"]}]})";
+    "decapIps": ["10.30.0.0/24", "10.31.0.0/24"]},
+   {"name": "wide", "tunnelType": "gre", "vrf": "red",
+    "decapInterfaces": [{"interface": "all", "family": "ipv4", "addressType": "all"},
+                        {"interface": "all", "family": "ipv6"}]}],
+   "interfaces": [
+   {"name": "Ethernet1", "primary": "10.50.1.1/24", "secondary": ["10.50.1.2/24"]},
+   {"name": "Ethernet2", "primary": "10.50.2.9/24", "ipv6": ["2001:db8:2::1/64"]}]})";
 
 /// The hook calls that a run has shown since the kill was set up.
 Texts callsIn(std::string const& out) {
@@ -142,7 +157,7 @@ TEST_P(ProgramKill, EndsInTheTableOfAnUndisturbedRun) {
    Texts const table = sortedTable();
    Texts const calls = callsIn(undisturbed.out);
    ASSERT_GE(calls.size(), 100u);
-   ASSERT_EQ(table.size(), 15u);
+   ASSERT_EQ(table.size(), 19u);
    for (std::size_t n = 1 + GetParam(); n <= calls.size(); n += hands) {
       auto const killed = whenPlayed(n);
       ASSERT_EQ(killed.code, -SIGKILL) << n;
