@@ -1,7 +1,6 @@
 #include "oracle/Books.h"
 
 #include <algorithm>
-#include <type_traits>
 
 namespace Oracle {
 
@@ -25,6 +24,11 @@ void Books::called(Sim::Call const& call, Mdl::Seconds now) {
 bool Books::isWaiting(Key const& key) const {
    auto const at = states_.find(key);
    return at != states_.end() && at->second == State::waiting;
+}
+
+std::size_t Books::count(State state) const {
+   return static_cast<std::size_t>(std::ranges::count_if(
+       states_, [state](auto const& entry) { return entry.second == state; }));
 }
 
 /// Whether the backlog is never empty during the event.

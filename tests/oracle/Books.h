@@ -5,6 +5,7 @@
 #include "oracle/Wanted.h"
 #include "platform/sim/Call.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -58,6 +59,9 @@ class Books {
    Complaints settle(Event const& event, Scene const& scene, Wanted const& wanted,
                      Mdl::Seconds begin, Found const& found);
 
+   // How many keys are in hardware, and how many wait.
+   std::size_t inHardware() const { return count(State::inHardware); }
+   std::size_t waiting() const { return count(State::waiting); }
    /// "  waits: udp ...", a line each.
    std::string text() const;
 
@@ -74,6 +78,7 @@ class Books {
       void only(Mdl::Seconds time) { possible = {time}; }
    };
 
+   std::size_t count(State state) const;
    void beginEvent(Event const& event, Wanted const& wanted, Mdl::Seconds begin);
    void countOtherCalls(Event const& event, Scene const& scene, Wanted const& wanted,
                         Found const& found);

@@ -58,11 +58,11 @@ Books::Complaints Run::leftovers() {
    return left;
 }
 
-Outcome play(Events const& events) {
+Outcome play(Events const& events, std::function<void(std::size_t)> const& progress) {
    Run run;
    Outcome outcome;
    for (Event const& event : events) {
-      ++outcome.at;
+      progress(++outcome.at);
       outcome.complaints = run.apply(event);
       if (outcome.ok()) continue;
       outcome.expected = run.text();

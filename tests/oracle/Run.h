@@ -6,6 +6,7 @@
 #include "oracle/World.h"
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,10 @@ class Run {
    Books::Complaints withdrawAll();
 
    Scene const& scene() const { return scene_; }
+   // What the oracle holds to be right now.
+   Wanted::Counts counts() const { return wanted_.counts(); }
+   std::size_t inHardware() const { return books_.inHardware(); }
+   std::size_t waiting() const { return books_.waiting(); }
    /// What the oracle thinks of the present: references and keys, a line each.
    std::string text() const { return wanted_.text() + books_.text(); }
 
@@ -50,7 +55,9 @@ struct Outcome {
    bool ok() const { return complaints.empty(); }
 };
 
-/// Plays a sequence to its end and withdraws everything, or up to the first difference.
-Outcome play(Events const& events);
+/// Plays a sequence to its end and withdraws everything, or up to the first difference. `progress`
+/// hears of each event before it is applied: how many there were, that one included.
+Outcome play(
+    Events const& events, std::function<void(std::size_t at)> const& progress = [](std::size_t) {});
 
 }  // namespace Oracle

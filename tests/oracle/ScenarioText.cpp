@@ -1,0 +1,313 @@
+#include "oracle/ScenarioText.h"
+
+#include "FwdL3Unicast/dgRetCode.h"
+#include "platform/sim/KeyText.h"
+
+#include <limits>
+#include <sstream>
+
+namespace Oracle {
+
+namespace {
+
+constexpr bool has(std::uint32_t set, std::uint8_t index) { return (set >> index & 1) != 0; }
+
+std::string number(double value) {
+   std::ostringstream out;
+   out << value;
+   return out.str();
+}
+
+std::string typeWord(std::uint8_t type) {
+   return type == 0 ? "none" : Mdl::enumName(typeOf(type)).stdString();
+}
+std::string payloadWord(std::uint8_t payload) {
+   return payload == 0 ? "none" : Mdl::enumName(payloadOf(payload)).stdString();
+}
+std::string prefixWord(std::uint8_t prefix) { return prefixOf(prefix).stringValue().stdString(); }
+std::string intfWord(std::uint8_t index) {
+   return index == intfCount ? "all" : intfIdOf(index).name().stdString();
+}
+std::string familyWord(std::uint8_t family) {
+   if (family == 1) return "ipv4";
+   return family == 2 ? "ipv6" : "family " + std::to_string(family);
+}
+std::string ipWord(std::uint8_t addr) { return ipAddrOf(addr).stringValue().stdString(); }
+std::string ip6Word(std::uint8_t addr) { return ip6AddrOf(addr).stringValue().stdString(); }
+std::string primaryWord(std::uint8_t addr) { return hostOf(addr) == 0 ? "none" : ipWord(addr); }
+
+std::string entryWords(std::uint8_t index, std::uint8_t family, std::int8_t addressType) {
+   return " interface " + intfWord(index) + " " + familyWord(family) +
+          (addressType == 0 ? "" : " address-type all");
+}
+
+std::string excludeWords(std::uint8_t family, std::uint8_t interfaces) {
+   std::string words = " exclude " + familyWord(family);
+   for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
+      if (has(interfaces, intf)) words += " " + intfWord(intf);
+   }
+   return interfaces == 0 ? words + " none" : words;
+}
+
+/// All attributes of a group, as they follow its name.
+std::string groupWords(Group const& group) {
+   std::string words = " type " + typeWord(group.type) + " port " +
+                       std::to_string(portOf(group.values.port)) + " payload " +
+                       payloadWord(group.values.payload) + " vrf " +
+                       vrfOf(group.values.vrf).name().stdString();
+   if (group.prefixes != 0) words += " ip";
+   for (std::uint8_t prefix = 0; prefix < prefixCount; ++prefix) {
+      if (has(group.prefixes, prefix)) words += " " + prefixWord(prefix);
+   }
+   for (std::uint8_t family = 1; family <= 2; ++family) {
+      for (std::uint8_t index = 0; index <= intfCount; ++index) {
+         std::int8_t const type = group.entry(family, index);
+         if (type != Group::noEntry) words += entryWords(index, family, type);
+      }
+      auto const& excluded = group.excludes[family - 1u];
+      if (excluded) words += excludeWords(family, *excluded);
+   }
+   return words;
+}
+
+/// All of an interface, as it follows its name.
+std::string intfWords(Scene const& scene, std::uint8_t intf) {
+   std::string words;
+   std::uint8_t vrf = 0;
+   if (auto const& ip = scene.ip(intf)) {
+      vrf = ip->vrf;
+      words += " primary " + primaryWord(ip->primary);
+      if (ip->secondaries != 0) words += " secondary";
+      for (std::uint8_t addr = 0; addr < addrCount; ++addr) {
+         if (has(ip->secondaries, addr)) words += " " + ipWord(addr);
+      }
+      if (ip->isVirtual) words += " virtual on";
+   }
+   if (auto const& ip6 = scene.ip6(intf)) {
+      vrf = ip6->vrf;
+      if (ip6->addrs != 0) words += " ipv6";
+      for (std::uint8_t addr = 0; addr < addrCount; ++addr) {
+         if (has(ip6->addrs, addr)) words += " " + ip6Word(addr);
+      }
+   }
+   return " vrf " + vrfOf(vrf).name().stdString() + words;
+}
+
+}  // namespace
+
+ScenarioText::ScenarioText(std::string const& title) {
+   comment(title);
+   line("machine stop");
+}
+
+void ScenarioText::add(Event const& event, Scene const& before, Scene const& after) {
+   if (event.kind >= Kind::ipPut) {
+      addToIntf(event, before, after);
+   } else if (event.kind == Kind::configReplace) {
+      replaceConfig(event, before, after);
+   } else if (event.kind >= Kind::groupPut && event.kind < Kind::configReplace) {
+      addToGroup(event, before, after);
+   } else if (event.kind >= Kind::capacity && event.kind < Kind::groupPut) {
+      addToHardware(event);
+   } else {
+      addToMachine(event);
+   }
+}
+
+void ScenarioText::addToMachine(Event const& event) {
+   std::string const time = number(event.seconds());
+   switch (event.kind) {
+      case Kind::build: line("machine build"); break;
+      case Kind::configReady: line("machine config-ready"); break;
+      case Kind::initialize: line("machine initialized"); break;
+      case Kind::stop: line("machine stop"); break;
+      case Kind::stopKeepingHardware: line("machine stop keep-hardware"); break;
+      case Kind::reviewInterval: line("machine review-interval " + time); break;
+      case Kind::reviewBudget: line("machine review-budget " + time); break;
+      case Kind::verify: line("verify"); break;
+      case Kind::advance: line("advance " + time); break;
+      default: comment("no word for it here: " + Oracle::text(event)); break;
+   }
+}
+
+void ScenarioText::addToHardware(Event const& event) {
+   std::string const entries = event.entries() == 0 ? "unlimited" : std::to_string(event.entries());
+   std::string const time = number(event.seconds());
+   std::string const answer = Sim::answerText(static_cast<Fwd::dgRetCode>(event.answer()));
+   bool const nameless = !Sim::answerFromText(answer).has_value();
+   switch (event.kind) {
+      case Kind::capacity: line("hardware capacity " + entries); break;
+      case Kind::typeCapacity:
+         line("hardware capacity " + typeWord(event.family) + " " + entries);
+         break;
+      case Kind::latency: line("hardware latency " + time); break;
+      case Kind::callCost: line("hardware call-cost " + time); break;
+      case Kind::notReady:
+         if (event.seconds() == 0.0) {
+            line("hardware ready");
+         } else if (event.seconds() == Mdl::never) {
+            line("hardware not-ready");
+         } else {
+            line("hardware not-ready for " + time);
+         }
+         break;
+      case Kind::answerForDestination:
+      case Kind::answerNext: {
+         bool const isNext = event.kind == Kind::answerNext;
+         if (nameless) comment("near: another answer that is not tried again, " + answer);
+         std::string words = "hardware answer " + (isNext ? "next" : prefixWord(event.group)) +
+                             " " + (nameless ? "unsupported" : answer);
+         if (isNext) words += " times " + std::to_string(event.times() + 1);
+         if (!isNext && event.times() != 0) words += " times " + std::to_string(event.times());
+         if (!isNext) answered_.insert(event.group);
+         line(words);
+         break;
+      }
+      case Kind::answersForgotten:
+         comment("near: answers to the next calls would be forgotten too");
+         for (std::uint8_t const prefix : answered_) {
+            line("hardware no answer " + prefixWord(prefix));
+         }
+         answered_.clear();
+         break;
+      default: line(std::string("hardware udp-wait ") + (event.flag() ? "on" : "off")); break;
+   }
+}
+
+void ScenarioText::addToGroup(Event const& event, Scene const& before, Scene const& after) {
+   std::string const name = groupName(event.group);
+   bool const isListed = before.isConfigured(event.group);
+   if (event.kind == Kind::groupPut) {
+      line("group " + name + groupWords(after.group(event.group)));
+      return;
+   }
+   // What happens to a group that is in no configuration shows when it is put there.
+   if (!isListed) return;
+   switch (event.kind) {
+      case Kind::groupRemove: line("no group " + name); break;
+      case Kind::groupReplace:
+         line("replace group " + name + groupWords(after.group(event.group)));
+         break;
+      case Kind::tunnelType: line("group " + name + " type " + typeWord(event.type())); break;
+      case Kind::port:
+         line("group " + name + " port " + std::to_string(portOf(event.value())));
+         break;
+      case Kind::payload: line("group " + name + " payload " + payloadWord(event.value())); break;
+      case Kind::vrf:
+         line("group " + name + " vrf " + vrfOf(event.value()).name().stdString());
+         break;
+      case Kind::prefixAdd: line("group " + name + " ip " + prefixWord(event.prefix())); break;
+      case Kind::prefixRemove:
+         line("group " + name + " no ip " + prefixWord(event.prefix()));
+         break;
+      default: addToEntries(event); break;
+   }
+}
+
+void ScenarioText::addToEntries(Event const& event) {
+   std::string const name = groupName(event.group);
+   std::uint8_t const index = event.entryIndex();
+   std::string const entry = " interface " + intfWord(index) + " " + familyWord(event.family);
+   switch (event.kind) {
+      case Kind::entrySet:
+         if (event.addressType() > 1) comment("near: an address type without a name");
+         line("group " + name +
+              entryWords(index, event.family, static_cast<std::int8_t>(event.addressType())));
+         break;
+      case Kind::entryRemove: line("group " + name + " no" + entry); break;
+      case Kind::entryAgain: line("apply " + name + entry); break;
+      case Kind::excludeSet:
+         line("group " + name + excludeWords(event.family, event.interfaces()));
+         break;
+      case Kind::excludeRemove: line("group " + name + excludeWords(event.family, 0)); break;
+      default: comment("no word for it here: " + Oracle::text(event)); break;
+   }
+}
+
+void ScenarioText::replaceConfig(Event const& event, Scene const& before, Scene const& after) {
+   comment("near: the groups change one by one instead of the configuration as a whole");
+   if (!before.ready()) line("machine config-ready");
+   for (std::uint8_t group = 0; group < groupCount; ++group) {
+      bool const isNew = after.isConfigured(group) && !before.isConfigured(group);
+      bool const isOther = event.fate(group) == Event::Fate::replaced && before.isConfigured(group);
+      std::string const words = groupName(group) + groupWords(after.group(group));
+      if (isNew) line("group " + words);
+      if (isOther) line("replace group " + words);
+   }
+   for (std::uint8_t group = 0; group < groupCount; ++group) {
+      if (before.isConfigured(group) && !after.isConfigured(group)) {
+         line("no group " + groupName(group));
+      }
+   }
+}
+
+/// An interface here has both families at once.
+void ScenarioText::renewIntf(std::uint8_t intf, Scene const& before, Scene const& after) {
+   bool const was = before.has(intf, 1) || before.has(intf, 2);
+   bool const is = after.has(intf, 1) || after.has(intf, 2);
+   if (was && is) comment("near: the interface is removed and made again, for both families");
+   if (was) line("no interface " + intfWord(intf));
+   if (is) line("interface " + intfWord(intf) + intfWords(after, intf));
+}
+
+void ScenarioText::addToIntf(Event const& event, Scene const& before, Scene const& after) {
+   std::string const name = "interface " + intfWord(event.intf);
+   std::string const ip = ipWord(event.addr());
+   std::string const ip6 = ip6Word(event.addr());
+   switch (event.kind) {
+      case Kind::ipPut:
+      case Kind::ip6Put:
+      case Kind::ipRemove:
+      case Kind::ip6Remove: renewIntf(event.intf, before, after); break;
+      case Kind::ipReplace:
+      case Kind::ip6Replace:
+         for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
+            if (event.fate(intf) != Event::Fate::kept) renewIntf(intf, before, after);
+         }
+         break;
+      case Kind::ipPrimary: line(name + " primary " + primaryWord(event.addr())); break;
+      case Kind::ipVirtual: line(name + " virtual " + (event.flag() ? "on" : "off")); break;
+      case Kind::ipSecondaryAdd: line(name + " secondary " + ip); break;
+      case Kind::ipSecondaryRemove: line(name + " no secondary " + ip); break;
+      case Kind::ip6AddrAdd: line(name + " ipv6 " + ip6); break;
+      case Kind::ip6AddrRemove: line(name + " no ipv6 " + ip6); break;
+      case Kind::ipVrf:
+      case Kind::ip6Vrf: line(name + " vrf " + vrfOf(event.intfVrf()).name().stdString()); break;
+      default: comment("no word for it here: " + Oracle::text(event)); break;
+   }
+}
+
+void ScenarioText::expect(Run const& run) {
+   if (!run.scene().built()) return;
+   for (auto const& [key, references] : run.counts()) {
+      std::string const words = keyText(key) + " " + std::to_string(references);
+      if (key.destination == 0) {
+         comment("no word for it here: references of " + words);
+      } else {
+         line("expect references " + words);
+      }
+   }
+   line("expect hardware count " + std::to_string(run.inHardware()));
+   line("expect backlog count " + std::to_string(run.waiting()));
+   line("expect differences 0");
+}
+
+std::string scenarioOf(Events const& events, std::string const& title) {
+   ScenarioText scenario(title);
+   Scene scene;
+   for (Event const& event : events) {
+      Scene const before = scene;
+      if (scene.apply(event)) scenario.add(event, before, scene);
+   }
+   return scenario.text();
+}
+
+std::string expectationsOf(Events const& events) {
+   Run run;
+   for (Event const& event : events) run.apply(event);
+   ScenarioText scenario;
+   scenario.expect(run);
+   return scenario.text();
+}
+
+}  // namespace Oracle
