@@ -26,7 +26,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    if (!isConfigured(prefix)) {
       // 5.
       FWD_TRACE(2, " delete ");
-      if (!anotherCallsFor(key)) withdrawPrefixKey(key, errors);
+      if (anotherCallsFor(key)) return;
+      withdrawPrefixKey(key, errors);
       // The prefix may still have an old key, unless a hook has brought it back.
       if (mayHaveOldKeys()) {
          for (auto const& entry : fromIp_.walk()) {

@@ -44,6 +44,19 @@ TEST_F(MissedChanges, APrefixDerivedAgainTakesNoSecondReference) {
    thenCounts({text("10.1.0.0/16", 6080) + " x1"});
 }
 
+// Prefixes of length zero share one key.
+TEST_F(MissedChanges, APrefixThatGoesLeavesTheOldKeyToAnother) {
+   whenDecapIpAdded("red", "0.0.0.0/0");
+   whenDecapIpAdded("red", "::/0");
+   givenRunning();
+   whenThePortChangesUnheard();
+   whenDecapIpRemoved("red", "0.0.0.0/0");
+   EXPECT_EQ(hardware->table().size(), 1U);
+   whenDecapIpRemoved("red", "::/0");
+   thenHardware({});
+   thenCounts({});
+}
+
 TEST_F(MissedChanges, AnAddressThatChangesTakesItsOldKeyAlong) {
    auto const intf = givenInterface("Ethernet1", "10.0.0.1/24");
    whenDecapIntfAdded("red", "Ethernet1");
