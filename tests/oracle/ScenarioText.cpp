@@ -25,6 +25,8 @@ std::string payloadWord(std::uint8_t payload) {
    return payload == 0 ? "none" : Mdl::enumName(payloadOf(payload)).stdString();
 }
 std::string prefixWord(std::uint8_t prefix) { return prefixOf(prefix).stringValue().stdString(); }
+/// The agent takes no prefix that covers every address.
+bool isSaid(std::uint8_t prefix) { return prefixOf(prefix).length() != 0; }
 std::string intfWord(std::uint8_t index) {
    return index == intfCount ? "all" : intfIdOf(index).name().stdString();
 }
@@ -49,16 +51,25 @@ std::string excludeWords(std::uint8_t family, std::uint8_t interfaces) {
    return interfaces == 0 ? words + " none" : words;
 }
 
+/// A key with all its attributes: what is left out would match any.
+std::string keyWords(Key const& key) {
+   return typeWord(key.type) + " " + decapKeyOf(key).dstIp().stringValue().stdString() + " port " +
+          std::to_string(portOf(key.port)) + " payload " +
+          Mdl::enumName(payloadOf(key.payload)).stdString() + " vrf " +
+          vrfOf(key.vrf).name().stdString();
+}
+
 /// All attributes of a group, as they follow its name.
 std::string groupWords(Group const& group) {
    std::string words = " type " + typeWord(group.type) + " port " +
                        std::to_string(portOf(group.values.port)) + " payload " +
                        payloadWord(group.values.payload) + " vrf " +
                        vrfOf(group.values.vrf).name().stdString();
-   if (group.prefixes != 0) words += " ip";
+   std::string prefixes;
    for (std::uint8_t prefix = 0; prefix < prefixCount; ++prefix) {
-      if (has(group.prefixes, prefix)) words += " " + prefixWord(prefix);
+      if (has(group.prefixes, prefix) && isSaid(prefix)) prefixes += " " + prefixWord(prefix);
    }
+   if (!prefixes.empty()) words += " ip" + prefixes;
    for (std::uint8_t family = 1; family <= 2; ++family) {
       for (std::uint8_t index = 0; index <= intfCount; ++index) {
          std::int8_t const type = group.entry(family, index);
@@ -110,14 +121,18 @@ void ScenarioText::add(Event const& event, Scene const& before, Scene const& aft
    } else if (event.kind >= Kind::capacity && event.kind < Kind::groupPut) {
       addToHardware(event);
    } else {
-      addToMachine(event);
+      addToMachine(event, after.ready());
    }
 }
 
-void ScenarioText::addToMachine(Event const& event) {
+void ScenarioText::addToMachine(Event const& event, bool isReady) {
    std::string const time = number(event.seconds());
    switch (event.kind) {
-      case Kind::build: line("machine build"); break;
+      case Kind::build:
+         line("machine build");
+         // There the configuration is to be declared ready to each machine.
+         if (isReady) line("machine config-ready");
+         break;
       case Kind::configReady: line("machine config-ready"); break;
       case Kind::initialize: line("machine initialized"); break;
       case Kind::stop: line("machine stop"); break;
@@ -126,11 +141,12 @@ void ScenarioText::addToMachine(Event const& event) {
       case Kind::reviewBudget: line("machine review-budget " + time); break;
       case Kind::verify: line("verify"); break;
       case Kind::advance: line("advance " + time); break;
-      default: comment("no word for it here: " + Oracle::text(event)); break;
+      default: noWord(event); break;
    }
 }
 
 void ScenarioText::addToHardware(Event const& event) {
+   if (event.kind == Kind::answerForDestination && !isSaid(event.group)) return noWord(event);
    std::string const entries = event.entries() == 0 ? "unlimited" : std::to_string(event.entries());
    std::string const time = number(event.seconds());
    std::string const answer = Sim::answerText(static_cast<Fwd::dgRetCode>(event.answer()));
@@ -183,6 +199,8 @@ void ScenarioText::addToGroup(Event const& event, Scene const& before, Scene con
    }
    // What happens to a group that is in no configuration shows when it is put there.
    if (!isListed) return;
+   bool const isPrefix = event.kind == Kind::prefixAdd || event.kind == Kind::prefixRemove;
+   if (isPrefix && !isSaid(event.prefix())) return noWord(event);
    switch (event.kind) {
       case Kind::groupRemove: line("no group " + name); break;
       case Kind::groupReplace:
@@ -220,7 +238,7 @@ void ScenarioText::addToEntries(Event const& event) {
          line("group " + name + excludeWords(event.family, event.interfaces()));
          break;
       case Kind::excludeRemove: line("group " + name + excludeWords(event.family, 0)); break;
-      default: comment("no word for it here: " + Oracle::text(event)); break;
+      default: noWord(event); break;
    }
 }
 
@@ -273,18 +291,17 @@ void ScenarioText::addToIntf(Event const& event, Scene const& before, Scene cons
       case Kind::ip6AddrRemove: line(name + " no ipv6 " + ip6); break;
       case Kind::ipVrf:
       case Kind::ip6Vrf: line(name + " vrf " + vrfOf(event.intfVrf()).name().stdString()); break;
-      default: comment("no word for it here: " + Oracle::text(event)); break;
+      default: noWord(event); break;
    }
 }
 
 void ScenarioText::expect(Run const& run) {
    if (!run.scene().built()) return;
    for (auto const& [key, references] : run.counts()) {
-      std::string const words = keyText(key) + " " + std::to_string(references);
       if (key.destination == 0) {
-         comment("no word for it here: references of " + words);
+         comment("no word for it here: references of " + keyText(key));
       } else {
-         line("expect references " + words);
+         line("expect references " + keyWords(key) + " " + std::to_string(references));
       }
    }
    line("expect hardware count " + std::to_string(run.inHardware()));

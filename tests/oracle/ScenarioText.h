@@ -32,7 +32,8 @@ class ScenarioText {
  private:
    void line(std::string const& content) { text_ += content + "\n"; }
    void comment(std::string const& content) { line("# " + content); }
-   void addToMachine(Event const& event);
+   void noWord(Event const& event) { comment("no word for it here: " + Oracle::text(event)); }
+   void addToMachine(Event const& event, bool isReady);
    void addToHardware(Event const& event);
    void addToGroup(Event const& event, Scene const& before, Scene const& after);
    void addToEntries(Event const& event);
