@@ -49,8 +49,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    errors.rethrow();
 }
 
-/// The key that a prefix has already: the one of the group's values of now, or one that kept its old
-/// values because nobody could follow. Derived again it stays what it is.
+/// The key that a prefix has already: the one of the group's values of now, or one that kept its
+/// old values because nobody could follow. Derived again it stays what it is.
 DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfPrefix(DecapKey const& key) const {
    if (rekeyDepth_ != 0 || !missedChanges_ || fromIp_.find(key) != nullptr) return key;
    for (auto const& entry : fromIp_.walk()) {
