@@ -46,6 +46,12 @@ if(DECAP_SANITIZE)
    add_link_options(-fsanitize=${DECAP_SANITIZE})
 endif()
 
+if(DECAP_COVERAGE)
+   # Several test programs run at once and add to the same counts.
+   add_compile_options(--coverage -fprofile-update=atomic)
+   add_link_options(--coverage)
+endif()
+
 if(DECAP_FUZZ)
    # Everything tells the fuzzing engine where it has been.
    add_compile_options(-fsanitize=fuzzer-no-link)
