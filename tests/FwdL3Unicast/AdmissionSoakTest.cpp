@@ -1,18 +1,17 @@
 #include "support/AdmissionEvent.h"
 #include "support/AdmissionRun.h"
+#include "support/Share.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 // Random sequences of interface, entry, exclude and address events; after each event everything the
 // machine holds is compared with what configuration and status call for.
 //
 // Ten thousand sequences in shares, so that the tests can use all processors.
-// DECAP_SOAK_SEQUENCES=N takes N of each share: what is slowed down by a sanitizer takes a part.
 
 namespace {
 
@@ -22,11 +21,6 @@ using Support::AdmissionRun;
 constexpr std::uint32_t shares = 8;
 constexpr std::uint32_t sequencesInShare = 1250;
 constexpr std::uint32_t eventsInSequence = 220;
-
-std::uint32_t fromEnvironment(char const* name, std::uint32_t otherwise) {
-   char const* const text = std::getenv(name);
-   return text == nullptr ? otherwise : static_cast<std::uint32_t>(std::stoul(text));
-}
 
 struct Failure {
    /// Events applied when it showed, 0 for none.
@@ -61,7 +55,7 @@ AdmissionEvents shortened(AdmissionEvents events) {
 class AdmissionSoak : public testing::TestWithParam<std::uint32_t> {};
 
 TEST_P(AdmissionSoak, HoldsExactlyWhatConfigurationAndStatusCallFor) {
-   std::uint32_t const sequences = fromEnvironment("DECAP_SOAK_SEQUENCES", sequencesInShare);
+   std::uint32_t const sequences = Support::shareOf(sequencesInShare);
    std::uint32_t const first = 1 + GetParam() * sequencesInShare;
    for (std::uint32_t seed = first; seed - first < sequences; ++seed) {
       AdmissionEvents events = Support::admissionEvents(seed, eventsInSequence);

@@ -1,6 +1,7 @@
 #include "oracle/Generator.h"
 #include "oracle/Reduction.h"
 #include "oracle/Run.h"
+#include "support/Share.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +28,8 @@ std::string complaintsOf(Outcome const& outcome) {
 }
 
 TEST_P(Soak, MachineAndOracleAgreeAfterEachEvent) {
-   for (std::uint32_t seed = GetParam(); seed < GetParam() + sequencesInPart; ++seed) {
+   std::uint32_t const end = GetParam() + Support::shareOf(sequencesInPart);
+   for (std::uint32_t seed = GetParam(); seed < end; ++seed) {
       Events events = generate(seed, eventsInSequence);
       Outcome const outcome = play(events);
       if (outcome.ok()) continue;

@@ -3,6 +3,7 @@
 
 #include "mdl/Collection.h"
 #include "support/CollectionFixtures.h"
+#include "support/Share.h"
 
 #include <gtest/gtest.h>
 
@@ -88,10 +89,12 @@ class Machine {
  public:
    Machine(unsigned seed, unsigned keys) : random_(seed), keys_(keys) {}
 
-   void run(int operations) {
+   void run(std::uint32_t most) {
+      int const operations = static_cast<int>(Support::shareOf(most));
+      int const phase = static_cast<int>(Support::shareOf(5000));
       for (int i = 0; i < operations && !testing::Test::HasFailure(); ++i) {
          // Phases of growth and of decline, so that every size is met on the way up and down.
-         unsigned const inserts = i / 5000 % 2 == 0 ? 60 : 30;
+         unsigned const inserts = i / phase % 2 == 0 ? 60 : 30;
          unsigned const choice = draw(1000);
          if (choice < inserts * 10) {
             insert();
