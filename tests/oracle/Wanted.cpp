@@ -318,8 +318,7 @@ std::vector<std::string> Wanted::settle(Ask const& machine) {
          }
       }
       std::ranges::sort(prefixes);
-      auto const twice = std::ranges::unique(prefixes);
-      prefixes.erase(twice.begin(), twice.end());
+      prefixes.erase(std::unique(prefixes.begin(), prefixes.end()), prefixes.end());
       follow(groups_[group].prefixes, prefixes, wanting.values);
       follow(groups_[group].origins, origins, wanting.values);
       if (!adrift_.empty()) adopt(group, machine, complaints);

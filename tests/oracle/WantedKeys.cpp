@@ -14,8 +14,7 @@ constexpr std::uint8_t udp = 3;
 template <class T>
 void sortUnique(std::vector<T>& values) {
    std::ranges::sort(values);
-   auto const rest = std::ranges::unique(values);
-   values.erase(rest.begin(), rest.end());
+   values.erase(std::unique(values.begin(), values.end()), values.end());
 }
 
 char const* roleText(Role role) {
