@@ -75,18 +75,18 @@ void Books::beginEvent(Event const& event, Wanted const& wanted, Mdl::Seconds be
    lastFull_.reset();
    ownersSeen_.clear();
    for (auto const& [pair, vrf] : owners_) ownersSeen_[pair].insert(vrf);
-   switch (event.kind) {
-      case Kind::build:
-         // A process of its own, with a status of its own.
-         resourceFull_ = false;
-         interval_ = 0.1;
-         budget_ = 0.01;
-         wakeUp_ = Mdl::never;
-         break;
-      case Kind::initialize: wakeUp_ = Mdl::never; break;
-      case Kind::reviewInterval: interval_ = event.seconds(); break;
-      case Kind::reviewBudget: budget_ = event.seconds(); break;
-      default: break;
+   if (event.kind == Kind::build) {
+      // A process of its own, with a status of its own.
+      resourceFull_ = false;
+      interval_ = 0.1;
+      budget_ = 0.01;
+      wakeUp_ = Mdl::never;
+   } else if (event.kind == Kind::initialize) {
+      wakeUp_ = Mdl::never;
+   } else if (event.kind == Kind::reviewInterval) {
+      interval_ = event.seconds();
+   } else if (event.kind == Kind::reviewBudget) {
+      budget_ = event.seconds();
    }
    wakeUps_.only(wakeUp_);
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <new>
 #include <optional>
 
 namespace Oracle {
@@ -35,13 +36,14 @@ class Child {
 void* mapShared(std::size_t bytes);
 void unmapShared(void* memory, std::size_t bytes) noexcept;
 
-/// Memory that a child shares with its parent, all zero at first.
+/// A value that children share with their parent.
 ///
-/// Owner: the stack. `T` is trivial.
+/// Owner: the stack. `T` holds nothing but numbers, atomic ones where two processes look at the
+/// same time.
 template <class T>
 class Shared {
  public:
-   Shared() : value_(static_cast<T*>(mapShared(sizeof(T)))) {}
+   Shared() : value_(new (mapShared(sizeof(T))) T()) {}
    Shared(Shared const&) = delete;
    Shared& operator=(Shared const&) = delete;
    ~Shared() { unmapShared(value_, sizeof(T)); }

@@ -57,72 +57,68 @@ std::string answerText(Event const& event) {
 }
 
 std::string machineText(Event const& event) {
-   switch (event.kind) {
-      case Kind::build: return "machine built";
-      case Kind::configReady: return "configuration ready";
-      case Kind::initialize: return "machine initialized";
-      case Kind::uninitialize: return "machine not initialized any more";
-      case Kind::stop: return "machine stopped";
-      case Kind::stopKeepingHardware: return "machine stopped, hardware kept";
-      case Kind::reviewInterval: return "review interval " + number(event.seconds());
-      case Kind::reviewBudget: return "review budget " + number(event.seconds());
-      case Kind::verify: return "verification requested";
-      case Kind::configReplace: return "configuration replaced:" + fates(event, groupCount);
-      case Kind::configAway: return "configuration taken away";
-      case Kind::configBack: return "configuration given back";
-      default: return "time advances by " + number(event.seconds());
-   }
+   if (event.kind == Kind::build) return "machine built";
+   if (event.kind == Kind::configReady) return "configuration ready";
+   if (event.kind == Kind::initialize) return "machine initialized";
+   if (event.kind == Kind::uninitialize) return "machine not initialized any more";
+   if (event.kind == Kind::stop) return "machine stopped";
+   if (event.kind == Kind::stopKeepingHardware) return "machine stopped, hardware kept";
+   if (event.kind == Kind::reviewInterval) return "review interval " + number(event.seconds());
+   if (event.kind == Kind::reviewBudget) return "review budget " + number(event.seconds());
+   if (event.kind == Kind::verify) return "verification requested";
+   if (event.kind == Kind::configReplace)
+      return "configuration replaced:" + fates(event, groupCount);
+   if (event.kind == Kind::configAway) return "configuration taken away";
+   if (event.kind == Kind::configBack) return "configuration given back";
+   return "time advances by " + number(event.seconds());
 }
 
 std::string hardwareText(Event const& event) {
    std::string const entries = event.entries() == 0 ? "unlimited" : std::to_string(event.entries());
-   switch (event.kind) {
-      case Kind::capacity: return "hardware capacity " + entries;
-      case Kind::typeCapacity:
-         return "hardware capacity of " + Mdl::enumName(typeOf(event.family)).stdString() + " " +
-                entries;
-      case Kind::latency: return "hardware latency " + number(event.seconds());
-      case Kind::callCost: return "hardware calls take " + number(event.seconds());
-      case Kind::notReady: return "hardware not ready for " + number(event.seconds());
-      case Kind::answerForDestination:
-         return "hardware answers " + prefixOf(event.group).stringValue().stdString() + " with " +
-                answerText(event) + " times " + std::to_string(event.times());
-      case Kind::answerNext:
-         return "hardware answers next with " + answerText(event) + " times " +
-                std::to_string(event.times());
-      case Kind::answersForgotten: return "hardware has no scripted answers";
-      default: return std::string("UDP keys wait for their port: ") + (event.flag() ? "yes" : "no");
-   }
+   if (event.kind == Kind::capacity) return "hardware capacity " + entries;
+   if (event.kind == Kind::typeCapacity)
+      return "hardware capacity of " + Mdl::enumName(typeOf(event.family)).stdString() + " " +
+             entries;
+   if (event.kind == Kind::latency) return "hardware latency " + number(event.seconds());
+   if (event.kind == Kind::callCost) return "hardware calls take " + number(event.seconds());
+   if (event.kind == Kind::notReady) return "hardware not ready for " + number(event.seconds());
+   if (event.kind == Kind::answerForDestination)
+      return "hardware answers " + prefixOf(event.group).stringValue().stdString() + " with " +
+             answerText(event) + " times " + std::to_string(event.times());
+   if (event.kind == Kind::answerNext)
+      return "hardware answers next with " + answerText(event) + " times " +
+             std::to_string(event.times());
+   if (event.kind == Kind::answersForgotten) return "hardware has no scripted answers";
+   return std::string("UDP keys wait for their port: ") + (event.flag() ? "yes" : "no");
 }
 
 std::string groupText(Event const& event) {
    std::string const name = groupName(event.group);
    std::string const family = " for family " + std::to_string(event.family);
-   switch (event.kind) {
-      case Kind::groupPut: return name + " added";
-      case Kind::groupRemove: return name + " removed";
-      case Kind::groupReplace:
-         return name + (event.word % 4 == 0
-                            ? " replaced by an equal group"
-                            : " replaced by group number " + std::to_string(event.word));
-      case Kind::tunnelType:
-         return name + " type " + Mdl::enumName(typeOf(event.type())).stdString();
-      case Kind::port: return name + " port " + std::to_string(portOf(event.value()));
-      case Kind::payload:
-         return name + " payload " + Mdl::enumName(payloadOf(event.value())).stdString();
-      case Kind::vrf: return name + " vrf " + vrfOf(event.value()).name().stdString();
-      case Kind::prefixAdd:
-         return name + " prefix " + prefixOf(event.prefix()).stringValue().stdString();
-      case Kind::prefixRemove:
-         return name + " prefix removed " + prefixOf(event.prefix()).stringValue().stdString();
-      case Kind::entrySet:
-         return entryText(event, "entry") + " address type " + std::to_string(event.addressType());
-      case Kind::entryRemove: return entryText(event, "entry removed");
-      case Kind::entryAgain: return entryText(event, "entry applied again");
-      case Kind::excludeSet: return name + " excludes" + family + names(event.interfaces());
-      case Kind::excludeRemove: return name + " excludes nothing" + family;
-      default: return name + " exclude set applied again" + family;
-   }
+   if (event.kind == Kind::groupPut) return name + " added";
+   if (event.kind == Kind::groupRemove) return name + " removed";
+   if (event.kind == Kind::groupReplace)
+      return name + (event.word % 4 == 0
+                         ? " replaced by an equal group"
+                         : " replaced by group number " + std::to_string(event.word));
+   if (event.kind == Kind::tunnelType)
+      return name + " type " + Mdl::enumName(typeOf(event.type())).stdString();
+   if (event.kind == Kind::port) return name + " port " + std::to_string(portOf(event.value()));
+   if (event.kind == Kind::payload)
+      return name + " payload " + Mdl::enumName(payloadOf(event.value())).stdString();
+   if (event.kind == Kind::vrf) return name + " vrf " + vrfOf(event.value()).name().stdString();
+   if (event.kind == Kind::prefixAdd)
+      return name + " prefix " + prefixOf(event.prefix()).stringValue().stdString();
+   if (event.kind == Kind::prefixRemove)
+      return name + " prefix removed " + prefixOf(event.prefix()).stringValue().stdString();
+   if (event.kind == Kind::entrySet)
+      return entryText(event, "entry") + " address type " + std::to_string(event.addressType());
+   if (event.kind == Kind::entryRemove) return entryText(event, "entry removed");
+   if (event.kind == Kind::entryAgain) return entryText(event, "entry applied again");
+   if (event.kind == Kind::excludeSet)
+      return name + " excludes" + family + names(event.interfaces());
+   if (event.kind == Kind::excludeRemove) return name + " excludes nothing" + family;
+   return name + " exclude set applied again" + family;
 }
 
 std::string intfEventText(Event const& event) {
@@ -130,27 +126,25 @@ std::string intfEventText(Event const& event) {
    std::string const ip = ipAddrOf(event.addr()).stringValue().stdString();
    std::string const ip6 = ip6AddrOf(event.addr()).stringValue().stdString();
    std::string const moved = " silently moves to VRF " + vrfOf(event.intfVrf()).name().stdString();
-   switch (event.kind) {
-      case Kind::ipPut: return name + " IPv4 status number " + std::to_string(event.word);
-      case Kind::ipAgain: return name + " IPv4 status reported again";
-      case Kind::ipRemove: return name + " loses its IPv4 status";
-      case Kind::ipPrimary: return name + " primary " + ip;
-      case Kind::ipVirtual: return name + (event.flag() ? " virtual on" : " virtual off");
-      case Kind::ipSecondaryAdd: return name + " secondary " + ip;
-      case Kind::ipSecondaryRemove: return name + " secondary removed " + ip;
-      case Kind::ipVrf: return name + " IPv4" + moved;
-      case Kind::ip6Put: return name + " IPv6 status number " + std::to_string(event.word);
-      case Kind::ip6Remove: return name + " loses its IPv6 status";
-      case Kind::ip6AddrAdd: return name + " IPv6 " + ip6;
-      case Kind::ip6AddrRemove: return name + " IPv6 removed " + ip6;
-      case Kind::ip6Vrf: return name + " IPv6" + moved;
-      case Kind::ipReplace:
-         return "all of IPv4 status replaced, number " + std::to_string(event.word) + ":" +
-                fates(event, intfCount);
-      default:
-         return "all of IPv6 status replaced, number " + std::to_string(event.word) + ":" +
-                fates(event, intfCount);
-   }
+   if (event.kind == Kind::ipPut) return name + " IPv4 status number " + std::to_string(event.word);
+   if (event.kind == Kind::ipAgain) return name + " IPv4 status reported again";
+   if (event.kind == Kind::ipRemove) return name + " loses its IPv4 status";
+   if (event.kind == Kind::ipPrimary) return name + " primary " + ip;
+   if (event.kind == Kind::ipVirtual) return name + (event.flag() ? " virtual on" : " virtual off");
+   if (event.kind == Kind::ipSecondaryAdd) return name + " secondary " + ip;
+   if (event.kind == Kind::ipSecondaryRemove) return name + " secondary removed " + ip;
+   if (event.kind == Kind::ipVrf) return name + " IPv4" + moved;
+   if (event.kind == Kind::ip6Put)
+      return name + " IPv6 status number " + std::to_string(event.word);
+   if (event.kind == Kind::ip6Remove) return name + " loses its IPv6 status";
+   if (event.kind == Kind::ip6AddrAdd) return name + " IPv6 " + ip6;
+   if (event.kind == Kind::ip6AddrRemove) return name + " IPv6 removed " + ip6;
+   if (event.kind == Kind::ip6Vrf) return name + " IPv6" + moved;
+   if (event.kind == Kind::ipReplace)
+      return "all of IPv4 status replaced, number " + std::to_string(event.word) + ":" +
+             fates(event, intfCount);
+   return "all of IPv6 status replaced, number " + std::to_string(event.word) + ":" +
+          fates(event, intfCount);
 }
 
 }  // namespace
@@ -162,14 +156,12 @@ Event::Fate Event::fate(std::uint8_t index) const {
 }
 
 double Event::seconds() const {
-   switch (kind) {
-      case Kind::reviewInterval: return pick(std::array{0.1, 0.05, 0.3}, word);
-      case Kind::reviewBudget: return pick(std::array{0.01, 0.0, 0.005, 0.05}, word);
-      case Kind::latency: return pick(std::array{0.0, 0.0, 0.05, 0.25}, word);
-      case Kind::callCost: return pick(std::array{0.0, 0.0, 0.002, 0.006}, word);
-      case Kind::notReady: return pick(std::array{0.0, 0.0, 0.15, 1.0, Mdl::never}, word);
-      default: return pick(std::array{0.1, 0.02, 0.05, 0.11, 0.2, 1.0}, word);
-   }
+   if (kind == Kind::reviewInterval) return pick(std::array{0.1, 0.05, 0.3}, word);
+   if (kind == Kind::reviewBudget) return pick(std::array{0.01, 0.0, 0.005, 0.05}, word);
+   if (kind == Kind::latency) return pick(std::array{0.0, 0.0, 0.05, 0.25}, word);
+   if (kind == Kind::callCost) return pick(std::array{0.0, 0.0, 0.002, 0.006}, word);
+   if (kind == Kind::notReady) return pick(std::array{0.0, 0.0, 0.15, 1.0, Mdl::never}, word);
+   return pick(std::array{0.1, 0.02, 0.05, 0.11, 0.2, 1.0}, word);
 }
 
 std::uint8_t Event::answer() const {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
+#include <optional>
 #include <utility>
 
 namespace Oracle {
@@ -95,6 +97,36 @@ Event anyEvent(Generate& generate, Kind kind) {
    return event;
 }
 
+/// What takes an event back, if there is such a thing.
+std::optional<Kind> undoing(Kind kind) {
+   constexpr std::array<std::pair<Kind, Kind>, 8> pairs = {{
+       {Kind::prefixAdd, Kind::prefixRemove},
+       {Kind::entrySet, Kind::entryRemove},
+       {Kind::excludeSet, Kind::excludeRemove},
+       {Kind::groupPut, Kind::groupRemove},
+       {Kind::ipPut, Kind::ipRemove},
+       {Kind::ipSecondaryAdd, Kind::ipSecondaryRemove},
+       {Kind::ip6Put, Kind::ip6Remove},
+       {Kind::ip6AddrAdd, Kind::ip6AddrRemove},
+   }};
+   for (auto const& [done, undone] : pairs) {
+      if (kind == done) return undone;
+   }
+   return std::nullopt;
+}
+
+/// One of the last events taken back: what came into a backlog leaves it again before it has been
+/// through it.
+std::optional<Event> undone(Generate& generate, Events const& events) {
+   if (events.empty()) return std::nullopt;
+   std::uint32_t const reach = std::min(8U, static_cast<std::uint32_t>(events.size()));
+   Event event = events[events.size() - 1 - generate.below(reach)];
+   auto const kind = undoing(event.kind);
+   if (!kind) return std::nullopt;
+   event.kind = *kind;
+   return event;
+}
+
 /// What a sequence leads over to some time later: a machine that was stopped is built again, and so
 /// on. Each step finds its turn a few events after the one before.
 class Script {
@@ -128,15 +160,19 @@ class Script {
       }
    }
 
+   /// The machine stops, or stops looking.
    Kind upheaval() {
-      switch (generate_.below(5)) {
-         case 0: then({Kind::initialize}, 12); return Kind::uninitialize;
-         case 1: then({Kind::configBack}, 10); return Kind::configAway;
-         case 2: then({Kind::udpWait, Kind::build, Kind::initialize}, 8); return Kind::stop;
-         default:
-            then({Kind::udpWait, Kind::build, Kind::initialize}, 8);
-            return Kind::stopKeepingHardware;
+      std::uint32_t const what = generate_.below(5);
+      if (what == 0) {
+         then({Kind::initialize}, 12);
+         return Kind::uninitialize;
       }
+      if (what == 1) {
+         then({Kind::configBack}, 10);
+         return Kind::configAway;
+      }
+      then({Kind::udpWait, Kind::build, Kind::initialize}, 8);
+      return what == 2 ? Kind::stop : Kind::stopKeepingHardware;
    }
 
    Generate& generate_;
@@ -157,6 +193,11 @@ Events generate(std::uint32_t seed, std::uint32_t length) {
    while (events.size() < length) {
       Kind kind = Kind::advance;
       if (!script.next(kind)) {
+         auto const undo = generate.oneIn(8) ? undone(generate, events) : std::nullopt;
+         if (undo) {
+            events.push_back(*undo);
+            continue;
+         }
          kind = anyKind(generate);
          if (!withRefusals && kind >= Kind::capacity && kind <= Kind::answersForgotten) continue;
          bool const replaces = kind == Kind::ipReplace || kind == Kind::ip6Replace ||

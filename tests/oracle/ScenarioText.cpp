@@ -127,21 +127,28 @@ void ScenarioText::add(Event const& event, Scene const& before, Scene const& aft
 
 void ScenarioText::addToMachine(Event const& event, bool isReady) {
    std::string const time = number(event.seconds());
-   switch (event.kind) {
-      case Kind::build:
-         line("machine build");
-         // There the configuration is to be declared ready to each machine.
-         if (isReady) line("machine config-ready");
-         break;
-      case Kind::configReady: line("machine config-ready"); break;
-      case Kind::initialize: line("machine initialized"); break;
-      case Kind::stop: line("machine stop"); break;
-      case Kind::stopKeepingHardware: line("machine stop keep-hardware"); break;
-      case Kind::reviewInterval: line("machine review-interval " + time); break;
-      case Kind::reviewBudget: line("machine review-budget " + time); break;
-      case Kind::verify: line("verify"); break;
-      case Kind::advance: line("advance " + time); break;
-      default: noWord(event); break;
+   if (event.kind == Kind::build) {
+      line("machine build");
+      // There the configuration is to be declared ready to each machine.
+      if (isReady) line("machine config-ready");
+   } else if (event.kind == Kind::configReady) {
+      line("machine config-ready");
+   } else if (event.kind == Kind::initialize) {
+      line("machine initialized");
+   } else if (event.kind == Kind::stop) {
+      line("machine stop");
+   } else if (event.kind == Kind::stopKeepingHardware) {
+      line("machine stop keep-hardware");
+   } else if (event.kind == Kind::reviewInterval) {
+      line("machine review-interval " + time);
+   } else if (event.kind == Kind::reviewBudget) {
+      line("machine review-budget " + time);
+   } else if (event.kind == Kind::verify) {
+      line("verify");
+   } else if (event.kind == Kind::advance) {
+      line("advance " + time);
+   } else {
+      noWord(event);
    }
 }
 
@@ -151,42 +158,39 @@ void ScenarioText::addToHardware(Event const& event) {
    std::string const time = number(event.seconds());
    std::string const answer = Sim::answerText(static_cast<Fwd::dgRetCode>(event.answer()));
    bool const nameless = !Sim::answerFromText(answer).has_value();
-   switch (event.kind) {
-      case Kind::capacity: line("hardware capacity " + entries); break;
-      case Kind::typeCapacity:
-         line("hardware capacity " + typeWord(event.family) + " " + entries);
-         break;
-      case Kind::latency: line("hardware latency " + time); break;
-      case Kind::callCost: line("hardware call-cost " + time); break;
-      case Kind::notReady:
-         if (event.seconds() == 0.0) {
-            line("hardware ready");
-         } else if (event.seconds() == Mdl::never) {
-            line("hardware not-ready");
-         } else {
-            line("hardware not-ready for " + time);
-         }
-         break;
-      case Kind::answerForDestination:
-      case Kind::answerNext: {
-         bool const isNext = event.kind == Kind::answerNext;
-         if (nameless) comment("near: another answer that is not tried again, " + answer);
-         std::string words = "hardware answer " + (isNext ? "next" : prefixWord(event.group)) +
-                             " " + (nameless ? "unsupported" : answer);
-         if (isNext) words += " times " + std::to_string(event.times() + 1);
-         if (!isNext && event.times() != 0) words += " times " + std::to_string(event.times());
-         if (!isNext) answered_.insert(event.group);
-         line(words);
-         break;
+   if (event.kind == Kind::capacity) {
+      line("hardware capacity " + entries);
+   } else if (event.kind == Kind::typeCapacity) {
+      line("hardware capacity " + typeWord(event.family) + " " + entries);
+   } else if (event.kind == Kind::latency) {
+      line("hardware latency " + time);
+   } else if (event.kind == Kind::callCost) {
+      line("hardware call-cost " + time);
+   } else if (event.kind == Kind::notReady) {
+      if (event.seconds() == 0.0) {
+         line("hardware ready");
+      } else if (event.seconds() == Mdl::never) {
+         line("hardware not-ready");
+      } else {
+         line("hardware not-ready for " + time);
       }
-      case Kind::answersForgotten:
-         comment("near: answers to the next calls would be forgotten too");
-         for (std::uint8_t const prefix : answered_) {
-            line("hardware no answer " + prefixWord(prefix));
-         }
-         answered_.clear();
-         break;
-      default: line(std::string("hardware udp-wait ") + (event.flag() ? "on" : "off")); break;
+   } else if (event.kind == Kind::answerForDestination || event.kind == Kind::answerNext) {
+      bool const isNext = event.kind == Kind::answerNext;
+      if (nameless) comment("near: another answer that is not tried again, " + answer);
+      std::string words = "hardware answer " + (isNext ? "next" : prefixWord(event.group)) + " " +
+                          (nameless ? "unsupported" : answer);
+      if (isNext) words += " times " + std::to_string(event.times() + 1);
+      if (!isNext && event.times() != 0) words += " times " + std::to_string(event.times());
+      if (!isNext) answered_.insert(event.group);
+      line(words);
+   } else if (event.kind == Kind::answersForgotten) {
+      comment("near: answers to the next calls would be forgotten too");
+      for (std::uint8_t const prefix : answered_) {
+         line("hardware no answer " + prefixWord(prefix));
+      }
+      answered_.clear();
+   } else {
+      line(std::string("hardware udp-wait ") + (event.flag() ? "on" : "off"));
    }
 }
 
@@ -201,24 +205,24 @@ void ScenarioText::addToGroup(Event const& event, Scene const& before, Scene con
    if (!isListed) return;
    bool const isPrefix = event.kind == Kind::prefixAdd || event.kind == Kind::prefixRemove;
    if (isPrefix && !isSaid(event.prefix())) return noWord(event);
-   switch (event.kind) {
-      case Kind::groupRemove: line("no group " + name); break;
-      case Kind::groupReplace:
-         line("replace group " + name + groupWords(after.group(event.group)));
-         break;
-      case Kind::tunnelType: line("group " + name + " type " + typeWord(event.type())); break;
-      case Kind::port:
-         line("group " + name + " port " + std::to_string(portOf(event.value())));
-         break;
-      case Kind::payload: line("group " + name + " payload " + payloadWord(event.value())); break;
-      case Kind::vrf:
-         line("group " + name + " vrf " + vrfOf(event.value()).name().stdString());
-         break;
-      case Kind::prefixAdd: line("group " + name + " ip " + prefixWord(event.prefix())); break;
-      case Kind::prefixRemove:
-         line("group " + name + " no ip " + prefixWord(event.prefix()));
-         break;
-      default: addToEntries(event); break;
+   if (event.kind == Kind::groupRemove) {
+      line("no group " + name);
+   } else if (event.kind == Kind::groupReplace) {
+      line("replace group " + name + groupWords(after.group(event.group)));
+   } else if (event.kind == Kind::tunnelType) {
+      line("group " + name + " type " + typeWord(event.type()));
+   } else if (event.kind == Kind::port) {
+      line("group " + name + " port " + std::to_string(portOf(event.value())));
+   } else if (event.kind == Kind::payload) {
+      line("group " + name + " payload " + payloadWord(event.value()));
+   } else if (event.kind == Kind::vrf) {
+      line("group " + name + " vrf " + vrfOf(event.value()).name().stdString());
+   } else if (event.kind == Kind::prefixAdd) {
+      line("group " + name + " ip " + prefixWord(event.prefix()));
+   } else if (event.kind == Kind::prefixRemove) {
+      line("group " + name + " no ip " + prefixWord(event.prefix()));
+   } else {
+      addToEntries(event);
    }
 }
 
@@ -226,19 +230,20 @@ void ScenarioText::addToEntries(Event const& event) {
    std::string const name = groupName(event.group);
    std::uint8_t const index = event.entryIndex();
    std::string const entry = " interface " + intfWord(index) + " " + familyWord(event.family);
-   switch (event.kind) {
-      case Kind::entrySet:
-         if (event.addressType() > 1) comment("near: an address type without a name");
-         line("group " + name +
-              entryWords(index, event.family, static_cast<std::int8_t>(event.addressType())));
-         break;
-      case Kind::entryRemove: line("group " + name + " no" + entry); break;
-      case Kind::entryAgain: line("apply " + name + entry); break;
-      case Kind::excludeSet:
-         line("group " + name + excludeWords(event.family, event.interfaces()));
-         break;
-      case Kind::excludeRemove: line("group " + name + excludeWords(event.family, 0)); break;
-      default: noWord(event); break;
+   if (event.kind == Kind::entrySet) {
+      if (event.addressType() > 1) comment("near: an address type without a name");
+      line("group " + name +
+           entryWords(index, event.family, static_cast<std::int8_t>(event.addressType())));
+   } else if (event.kind == Kind::entryRemove) {
+      line("group " + name + " no" + entry);
+   } else if (event.kind == Kind::entryAgain) {
+      line("apply " + name + entry);
+   } else if (event.kind == Kind::excludeSet) {
+      line("group " + name + excludeWords(event.family, event.interfaces()));
+   } else if (event.kind == Kind::excludeRemove) {
+      line("group " + name + excludeWords(event.family, 0));
+   } else {
+      noWord(event);
    }
 }
 
@@ -272,26 +277,29 @@ void ScenarioText::addToIntf(Event const& event, Scene const& before, Scene cons
    std::string const name = "interface " + intfWord(event.intf);
    std::string const ip = ipWord(event.addr());
    std::string const ip6 = ip6Word(event.addr());
-   switch (event.kind) {
-      case Kind::ipPut:
-      case Kind::ip6Put:
-      case Kind::ipRemove:
-      case Kind::ip6Remove: renewIntf(event.intf, before, after); break;
-      case Kind::ipReplace:
-      case Kind::ip6Replace:
-         for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
-            if (event.fate(intf) != Event::Fate::kept) renewIntf(intf, before, after);
-         }
-         break;
-      case Kind::ipPrimary: line(name + " primary " + primaryWord(event.addr())); break;
-      case Kind::ipVirtual: line(name + " virtual " + (event.flag() ? "on" : "off")); break;
-      case Kind::ipSecondaryAdd: line(name + " secondary " + ip); break;
-      case Kind::ipSecondaryRemove: line(name + " no secondary " + ip); break;
-      case Kind::ip6AddrAdd: line(name + " ipv6 " + ip6); break;
-      case Kind::ip6AddrRemove: line(name + " no ipv6 " + ip6); break;
-      case Kind::ipVrf:
-      case Kind::ip6Vrf: line(name + " vrf " + vrfOf(event.intfVrf()).name().stdString()); break;
-      default: noWord(event); break;
+   if (event.kind == Kind::ipPut || event.kind == Kind::ip6Put || event.kind == Kind::ipRemove ||
+       event.kind == Kind::ip6Remove) {
+      renewIntf(event.intf, before, after);
+   } else if (event.kind == Kind::ipReplace || event.kind == Kind::ip6Replace) {
+      for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
+         if (event.fate(intf) != Event::Fate::kept) renewIntf(intf, before, after);
+      }
+   } else if (event.kind == Kind::ipPrimary) {
+      line(name + " primary " + primaryWord(event.addr()));
+   } else if (event.kind == Kind::ipVirtual) {
+      line(name + " virtual " + (event.flag() ? "on" : "off"));
+   } else if (event.kind == Kind::ipSecondaryAdd) {
+      line(name + " secondary " + ip);
+   } else if (event.kind == Kind::ipSecondaryRemove) {
+      line(name + " no secondary " + ip);
+   } else if (event.kind == Kind::ip6AddrAdd) {
+      line(name + " ipv6 " + ip6);
+   } else if (event.kind == Kind::ip6AddrRemove) {
+      line(name + " no ipv6 " + ip6);
+   } else if (event.kind == Kind::ipVrf || event.kind == Kind::ip6Vrf) {
+      line(name + " vrf " + vrfOf(event.intfVrf()).name().stdString());
+   } else {
+      noWord(event);
    }
 }
 

@@ -142,21 +142,20 @@ bool Scene::applyToGroup(Event const& event) {
    if (away_) return false;
    Group& group = groups_[event.group];
    bool& configured = configured_[event.group];
-   switch (event.kind) {
-      case Kind::groupPut: return assign(configured, true);
-      case Kind::groupRemove: return assign(configured, false);
-      case Kind::groupReplace:
-         // An equal group is another one, too.
-         if (event.word % 4 != 0) group = newGroup(event.word);
-         return true;
-      case Kind::tunnelType: return assign(group.type, event.type());
-      case Kind::port: return assign(group.values.port, event.value());
-      case Kind::payload: return assign(group.values.payload, event.value());
-      case Kind::vrf: return assign(group.values.vrf, event.value());
-      case Kind::prefixAdd: return setBit(group.prefixes, event.prefix(), true);
-      case Kind::prefixRemove: return setBit(group.prefixes, event.prefix(), false);
-      default: return applyToEntries(event, group);
+   if (event.kind == Kind::groupPut) return assign(configured, true);
+   if (event.kind == Kind::groupRemove) return assign(configured, false);
+   if (event.kind == Kind::groupReplace) {
+      // An equal group is another one, too.
+      if (event.word % 4 != 0) group = newGroup(event.word);
+      return true;
    }
+   if (event.kind == Kind::tunnelType) return assign(group.type, event.type());
+   if (event.kind == Kind::port) return assign(group.values.port, event.value());
+   if (event.kind == Kind::payload) return assign(group.values.payload, event.value());
+   if (event.kind == Kind::vrf) return assign(group.values.vrf, event.value());
+   if (event.kind == Kind::prefixAdd) return setBit(group.prefixes, event.prefix(), true);
+   if (event.kind == Kind::prefixRemove) return setBit(group.prefixes, event.prefix(), false);
+   return applyToEntries(event, group);
 }
 
 bool Scene::applyToEntries(Event const& event, Group& group) {

@@ -7,6 +7,7 @@
 #include "oracle/ScenarioText.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -25,13 +26,13 @@ constexpr std::uint32_t longEvery = 40;
 constexpr double refresh = 0.2;
 constexpr int disagrees = 1;
 
-/// How far the child is. Written by it, read by the parent, which does not mind a torn value.
+/// How far the child is. Written by it, read by the parent.
 struct Progress {
-   std::uint64_t volatile events;
-   std::uint32_t volatile sequences;
-   std::uint32_t volatile seed;
+   std::atomic<std::uint64_t> events;
+   std::atomic<std::uint32_t> sequences;
+   std::atomic<std::uint32_t> seed;
    /// Events of the sequence under way.
-   std::uint32_t volatile at;
+   std::atomic<std::uint32_t> at;
 };
 
 /// What the memory of the child was at which time.
@@ -94,7 +95,7 @@ int playAll(SoakOptions const& options, Progress& progress) {
       progress.at = 0;
       std::uint64_t const before = progress.events;
       Outcome const outcome =
-          play(generate(progress.seed, lengthOf(options, sequence)), [&](std::size_t at) {
+          options.player(generate(progress.seed, lengthOf(options, sequence)), [&](std::size_t at) {
              progress.at = static_cast<std::uint32_t>(at);
              progress.events = before + at;
           });
@@ -102,15 +103,6 @@ int playAll(SoakOptions const& options, Progress& progress) {
       progress.sequences = sequence + 1;
    }
    return 0;
-}
-
-/// Whether a sequence fails in a process of its own, quietly.
-bool failsApart(Events const& events) {
-   Child child([&] {
-      std::fclose(stderr);
-      return play(events).ok() ? 0 : disagrees;
-   });
-   return child.wait() != 0;
 }
 
 class Soak {
@@ -154,6 +146,15 @@ class Soak {
       if (terminal_ != nullptr) *terminal_ << "\r\033[K" << std::flush;
    }
 
+   /// Whether a sequence fails in a process of its own, quietly.
+   bool fails(Events const& events) const {
+      Child child([&] {
+         std::fclose(stderr);
+         return options_.player(events, [](std::size_t) {}).ok() ? 0 : disagrees;
+      });
+      return child.wait() != 0;
+   }
+
    int verdict() {
       bool const grows = memory_.grows(options_.events);
       out_ << "soak: " << withCommas(progress_->events) << " events in "
@@ -178,11 +179,12 @@ class Soak {
       out_.flush();
       // The withdrawal at the end belongs to the failure when all events went well.
       events.resize(std::min(events.size(), at));
-      if (!failsApart(events)) {
+      if (!fails(events)) {
          out_ << "soak: the sequence does not fail when it is played again\n";
          return 2;
       }
-      Events const fewest = reduced(events, failsApart, [this](std::size_t left) {
+      auto const still = [this](Events const& some) { return fails(some); };
+      Events const fewest = reduced(events, still, [this](std::size_t left) {
          if (terminal_ != nullptr) *terminal_ << "\r\033[K" << left << " events left" << std::flush;
       });
       wipe();
@@ -200,7 +202,7 @@ class Soak {
       file << scenarioOf(fewest, "Seed " + std::to_string(seed) + " of the soak, reduced.");
       file.flush();
       Child child([&] {
-         Outcome const outcome = play(fewest);
+         Outcome const outcome = options_.player(fewest, [](std::size_t) {});
          tell(out_, outcome.complaints);
          out_ << "What the oracle expects:\n" << outcome.expected;
          out_.flush();

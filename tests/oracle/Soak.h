@@ -1,8 +1,11 @@
 #pragma once
 
 #include "oracle/Event.h"
+#include "oracle/Run.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <string>
 
@@ -15,6 +18,8 @@ struct SoakOptions {
    std::uint32_t length = 250;
    /// Where the scenario of a failure goes.
    std::string folder = ".";
+   /// What plays a sequence: another one only for tests of the soak itself.
+   std::function<Outcome(Events const&, std::function<void(std::size_t)> const&)> player = play;
 };
 
 /// Plays sequence after sequence until the events are spent or machine and oracle disagree, and
@@ -24,8 +29,8 @@ struct SoakOptions {
 /// is a failure like any other: it is reduced, each try in a child of its own, and written down.
 /// While the child plays, `terminal` shows how far it is; null where nobody watches.
 ///
-/// Returns the exit code: 0 when all is well, 1 for a disagreement or for memory that grows, 2 when
-/// the soak itself cannot go on.
+/// `out` is a file or the terminal: the child writes there, too. Returns the exit code: 0 when all
+/// is well, 1 for a disagreement or for memory that grows, 2 when the soak itself cannot go on.
 int soak(SoakOptions const& options, std::ostream& out, std::ostream* terminal);
 
 }  // namespace Oracle

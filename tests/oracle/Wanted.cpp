@@ -31,30 +31,27 @@ void Wanted::event(Event const& event) {
 
 void Wanted::groupEvent(Event const& event) {
    std::uint8_t const group = event.group;
-   switch (event.kind) {
-      case Kind::groupReplace:
-         if (!scene_.isConfigured(group)) break;
-         deriveAnew(group);
-         replaced_ |= bitOf(group);
-         passesThrough_ = true;
-         break;
-      case Kind::groupPut:
-         deriveAnew(group);
-         passesThrough_ = true;
-         break;
-      case Kind::groupRemove:
-      case Kind::tunnelType: deriveAnew(group); break;
-      case Kind::port: revalue(group, &Values::port); break;
-      case Kind::payload: revalue(group, &Values::payload); break;
-      case Kind::vrf: revalue(group, &Values::vrf); break;
-      case Kind::entrySet:
-      case Kind::entryRemove:
-      case Kind::entryAgain: entryApplied(event); break;
-      default:
-         if (event.kind == Kind::excludeSet || event.kind == Kind::excludeRemove) {
-            if (looksAway()) driftGroup(group, event.family);
-         }
-         break;
+   if (event.kind == Kind::groupReplace) {
+      if (!scene_.isConfigured(group)) return;
+      deriveAnew(group);
+      replaced_ |= bitOf(group);
+      passesThrough_ = true;
+   } else if (event.kind == Kind::groupPut) {
+      deriveAnew(group);
+      passesThrough_ = true;
+   } else if (event.kind == Kind::groupRemove || event.kind == Kind::tunnelType) {
+      deriveAnew(group);
+   } else if (event.kind == Kind::port) {
+      revalue(group, &Values::port);
+   } else if (event.kind == Kind::payload) {
+      revalue(group, &Values::payload);
+   } else if (event.kind == Kind::vrf) {
+      revalue(group, &Values::vrf);
+   } else if (event.kind == Kind::entrySet || event.kind == Kind::entryRemove ||
+              event.kind == Kind::entryAgain) {
+      entryApplied(event);
+   } else if (event.kind == Kind::excludeSet || event.kind == Kind::excludeRemove) {
+      if (looksAway()) driftGroup(group, event.family);
    }
 }
 
@@ -76,20 +73,16 @@ void Wanted::intfEvent(Event const& event) {
    if (event.kind == Kind::ip6Replace) return intfReplaced(event, 2);
    std::uint8_t const family = isIp6 ? 2 : 1;
    if (looksAway()) drift(intf, family, Adrift::untilDerivedAnew);
-   switch (event.kind) {
-      case Kind::ipPut:
-      case Kind::ip6Put: appeared(intf, family); break;
-      case Kind::ipRemove:
-      case Kind::ip6Remove: comesAshore(intf, family); break;
-      case Kind::ipSecondaryAdd:
-      case Kind::ipSecondaryRemove: told({intf, Role::secondary, addr}); break;
-      case Kind::ip6AddrAdd:
-      case Kind::ip6AddrRemove: told({intf, Role::ip6, addr}); break;
-      case Kind::ipVrf:
-      case Kind::ip6Vrf:
-         if (running_) drift(intf, family, Adrift::untilItLeaves);
-         break;
-      default: break;
+   if (event.kind == Kind::ipPut || event.kind == Kind::ip6Put) {
+      appeared(intf, family);
+   } else if (event.kind == Kind::ipRemove || event.kind == Kind::ip6Remove) {
+      comesAshore(intf, family);
+   } else if (event.kind == Kind::ipSecondaryAdd || event.kind == Kind::ipSecondaryRemove) {
+      told({intf, Role::secondary, addr});
+   } else if (event.kind == Kind::ip6AddrAdd || event.kind == Kind::ip6AddrRemove) {
+      told({intf, Role::ip6, addr});
+   } else if (event.kind == Kind::ipVrf || event.kind == Kind::ip6Vrf) {
+      if (running_) drift(intf, family, Adrift::untilItLeaves);
    }
    if (event.kind == Kind::ipPut || event.kind == Kind::ipPrimary) evaluatedAnew(intf);
 }

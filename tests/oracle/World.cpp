@@ -122,21 +122,27 @@ void World::apply(Event const& event, Scene const& scene) {
 }
 
 void World::applyToMachine(Event const& event) {
-   switch (event.kind) {
-      case Kind::build: build(); break;
-      case Kind::configReady: config_->readyIs(true); break;
-      case Kind::initialize: sm_->initializedIs(true); break;
-      case Kind::uninitialize: sm_->initializedIs(false); break;
-      case Kind::stopKeepingHardware: sm_->disableCleanupOnRestartIs(true); [[fallthrough]];
-      case Kind::stop: sm_ = nullptr; break;
-      case Kind::reviewInterval: sm_->reviewIntervalIs(event.seconds()); break;
-      case Kind::reviewBudget: sm_->reviewQuantaIs(event.seconds()); break;
-      case Kind::verify:
-         // Each change of the request is a request.
-         verifyData_->requestVerifyIs(true);
-         verifyData_->requestVerifyIs(false);
-         break;
-      default: time_.advanceTo(time_.now() + event.seconds()); break;
+   if (event.kind == Kind::build) {
+      build();
+   } else if (event.kind == Kind::configReady) {
+      config_->readyIs(true);
+   } else if (event.kind == Kind::initialize) {
+      sm_->initializedIs(true);
+   } else if (event.kind == Kind::uninitialize) {
+      sm_->initializedIs(false);
+   } else if (event.kind == Kind::stopKeepingHardware || event.kind == Kind::stop) {
+      sm_->disableCleanupOnRestartIs(event.kind == Kind::stopKeepingHardware);
+      sm_ = nullptr;
+   } else if (event.kind == Kind::reviewInterval) {
+      sm_->reviewIntervalIs(event.seconds());
+   } else if (event.kind == Kind::reviewBudget) {
+      sm_->reviewQuantaIs(event.seconds());
+   } else if (event.kind == Kind::verify) {
+      // Each change of the request is a request.
+      verifyData_->requestVerifyIs(true);
+      verifyData_->requestVerifyIs(false);
+   } else {
+      time_.advanceTo(time_.now() + event.seconds());
    }
 }
 
@@ -148,17 +154,22 @@ void World::build() {
 }
 
 void World::applyToHardware(Event const& event) {
-   switch (event.kind) {
-      case Kind::capacity: hardware_->table().capacityIs(capacityOf(event)); break;
-      case Kind::typeCapacity:
-         hardware_->table().capacityIs(typeOf(event.family), capacityOf(event));
-         break;
-      case Kind::latency: hardware_->latencyIs(event.seconds()); break;
-      case Kind::callCost: hardware_->callCostIs(event.seconds(), &time_); break;
-      case Kind::notReady: hardware_->notReadyUntilIs(time_.now() + event.seconds()); break;
-      case Kind::udpWait: hardware_->waitForUdpIs(event.flag()); break;
-      case Kind::answersForgotten: hardware_->script().clear(); break;
-      default: answer(event); break;
+   if (event.kind == Kind::capacity) {
+      hardware_->table().capacityIs(capacityOf(event));
+   } else if (event.kind == Kind::typeCapacity) {
+      hardware_->table().capacityIs(typeOf(event.family), capacityOf(event));
+   } else if (event.kind == Kind::latency) {
+      hardware_->latencyIs(event.seconds());
+   } else if (event.kind == Kind::callCost) {
+      hardware_->callCostIs(event.seconds(), &time_);
+   } else if (event.kind == Kind::notReady) {
+      hardware_->notReadyUntilIs(time_.now() + event.seconds());
+   } else if (event.kind == Kind::udpWait) {
+      hardware_->waitForUdpIs(event.flag());
+   } else if (event.kind == Kind::answersForgotten) {
+      hardware_->script().clear();
+   } else {
+      answer(event);
    }
 }
 
@@ -173,20 +184,27 @@ void World::answer(Event const& event) {
 
 void World::applyToGroup(Event const& event, Scene const& scene) {
    Mdl::Ptr<DecapGroup>& group = groups_[event.group];
-   switch (event.kind) {
-      case Kind::groupPut: config_->decapGroupIs(group); break;
-      case Kind::groupRemove: config_->decapGroupDel(group->name()); break;
-      case Kind::groupReplace:
-         group = newGroup(event.group, scene.group(event.group));
-         if (scene.isConfigured(event.group)) config_->decapGroupIs(group);
-         break;
-      case Kind::tunnelType: group->tunnelTypeIs(typeOf(event.type())); break;
-      case Kind::port: group->destPortIs(portOf(event.value())); break;
-      case Kind::payload: group->payloadTypeIs(payloadOf(event.value())); break;
-      case Kind::vrf: group->forwardingVrfIs(vrfOf(event.value())); break;
-      case Kind::prefixAdd: group->decapIpIs(prefixOf(event.prefix())); break;
-      case Kind::prefixRemove: group->decapIpDel(prefixOf(event.prefix())); break;
-      default: applyToEntries(event); break;
+   if (event.kind == Kind::groupPut) {
+      config_->decapGroupIs(group);
+   } else if (event.kind == Kind::groupRemove) {
+      config_->decapGroupDel(group->name());
+   } else if (event.kind == Kind::groupReplace) {
+      group = newGroup(event.group, scene.group(event.group));
+      if (scene.isConfigured(event.group)) config_->decapGroupIs(group);
+   } else if (event.kind == Kind::tunnelType) {
+      group->tunnelTypeIs(typeOf(event.type()));
+   } else if (event.kind == Kind::port) {
+      group->destPortIs(portOf(event.value()));
+   } else if (event.kind == Kind::payload) {
+      group->payloadTypeIs(payloadOf(event.value()));
+   } else if (event.kind == Kind::vrf) {
+      group->forwardingVrfIs(vrfOf(event.value()));
+   } else if (event.kind == Kind::prefixAdd) {
+      group->decapIpIs(prefixOf(event.prefix()));
+   } else if (event.kind == Kind::prefixRemove) {
+      group->decapIpDel(prefixOf(event.prefix()));
+   } else {
+      applyToEntries(event);
    }
 }
 
@@ -194,17 +212,18 @@ void World::applyToEntries(Event const& event) {
    Mdl::Ptr<DecapGroup> const& group = groups_[event.group];
    DecapIntfKey const key = entryKey(event.entryIndex(), event.family);
    DecapIntfKey const all = entryKey(intfCount, event.family);
-   switch (event.kind) {
-      case Kind::entrySet:
-         group->decapIntfIs(entryOf(event.entryIndex(), event.family, event.addressType()));
-         break;
-      case Kind::entryRemove: group->decapIntfDel(key); break;
-      case Kind::entryAgain: sm_->mdlDecapGroup(group->name())->handleUpdateIntf(key); break;
-      case Kind::excludeSet:
-         group->decapExcludeIntfSetIs(excludeSet(event.family, event.interfaces()));
-         break;
-      case Kind::excludeRemove: group->decapExcludeIntfSetDel(all); break;
-      default: sm_->mdlDecapGroup(group->name())->handleUpdateExcludeIntf(all); break;
+   if (event.kind == Kind::entrySet) {
+      group->decapIntfIs(entryOf(event.entryIndex(), event.family, event.addressType()));
+   } else if (event.kind == Kind::entryRemove) {
+      group->decapIntfDel(key);
+   } else if (event.kind == Kind::entryAgain) {
+      sm_->mdlDecapGroup(group->name())->handleUpdateIntf(key);
+   } else if (event.kind == Kind::excludeSet) {
+      group->decapExcludeIntfSetIs(excludeSet(event.family, event.interfaces()));
+   } else if (event.kind == Kind::excludeRemove) {
+      group->decapExcludeIntfSetDel(all);
+   } else {
+      sm_->mdlDecapGroup(group->name())->handleUpdateExcludeIntf(all);
    }
 }
 
@@ -226,24 +245,25 @@ void World::applyToConfig(Event const& event, Scene const& scene) {
 void World::applyToIp(Event const& event, Scene const& scene) {
    if (event.kind == Kind::ipReplace) return replaceIp(event, scene);
    Mdl::Ptr<Ip::IpIntfStatus>& intf = ipIntf_[event.intf];
-   switch (event.kind) {
-      case Kind::ipPut:
-         intf = newIp(event.intf, *scene.ip(event.intf));
-         ip_->ipIntfStatusIs(intf);
-         break;
-      case Kind::ipAgain:
-         ip_->ipIntfStatusIs(intf);
-         if (sm_) sm_->ipIntfStatusIs(intf);
-         break;
-      case Kind::ipRemove:
-         ip_->ipIntfStatusDel(intf->intfId());
-         intf = nullptr;
-         break;
-      case Kind::ipPrimary: intf->addrWithMaskIs(ipAddrOf(event.addr())); break;
-      case Kind::ipVirtual: intf->virtualAddrIs(event.flag()); break;
-      case Kind::ipVrf: intf->vrfIs(vrfOf(event.intfVrf())); break;
-      case Kind::ipSecondaryAdd: intf->activeSecondaryWithMaskIs(ipAddrOf(event.addr())); break;
-      default: intf->activeSecondaryWithMaskDel(ipAddrOf(event.addr())); break;
+   if (event.kind == Kind::ipPut) {
+      intf = newIp(event.intf, *scene.ip(event.intf));
+      ip_->ipIntfStatusIs(intf);
+   } else if (event.kind == Kind::ipAgain) {
+      ip_->ipIntfStatusIs(intf);
+      if (sm_) sm_->ipIntfStatusIs(intf);
+   } else if (event.kind == Kind::ipRemove) {
+      ip_->ipIntfStatusDel(intf->intfId());
+      intf = nullptr;
+   } else if (event.kind == Kind::ipPrimary) {
+      intf->addrWithMaskIs(ipAddrOf(event.addr()));
+   } else if (event.kind == Kind::ipVirtual) {
+      intf->virtualAddrIs(event.flag());
+   } else if (event.kind == Kind::ipVrf) {
+      intf->vrfIs(vrfOf(event.intfVrf()));
+   } else if (event.kind == Kind::ipSecondaryAdd) {
+      intf->activeSecondaryWithMaskIs(ipAddrOf(event.addr()));
+   } else {
+      intf->activeSecondaryWithMaskDel(ipAddrOf(event.addr()));
    }
 }
 
@@ -251,18 +271,18 @@ void World::applyToIp6(Event const& event, Scene const& scene) {
    if (event.kind == Kind::ipReplace) return replaceIp(event, scene);
    if (event.kind == Kind::ip6Replace) return replaceIp6(event, scene);
    Mdl::Ptr<Ip6::IntfStatus>& intf = ip6Intf_[event.intf];
-   switch (event.kind) {
-      case Kind::ip6Put:
-         intf = newIp6(event.intf, *scene.ip6(event.intf));
-         ip6_->intfIs(intf);
-         break;
-      case Kind::ip6Remove:
-         ip6_->intfDel(intf->intfId());
-         intf = nullptr;
-         break;
-      case Kind::ip6Vrf: intf->vrfIs(vrfOf(event.intfVrf())); break;
-      case Kind::ip6AddrAdd: intf->addrIs(ip6AddrOf(event.addr()), {}); break;
-      default: intf->addrDel(ip6AddrOf(event.addr())); break;
+   if (event.kind == Kind::ip6Put) {
+      intf = newIp6(event.intf, *scene.ip6(event.intf));
+      ip6_->intfIs(intf);
+   } else if (event.kind == Kind::ip6Remove) {
+      ip6_->intfDel(intf->intfId());
+      intf = nullptr;
+   } else if (event.kind == Kind::ip6Vrf) {
+      intf->vrfIs(vrfOf(event.intfVrf()));
+   } else if (event.kind == Kind::ip6AddrAdd) {
+      intf->addrIs(ip6AddrOf(event.addr()), {});
+   } else {
+      intf->addrDel(ip6AddrOf(event.addr()));
    }
 }
 
