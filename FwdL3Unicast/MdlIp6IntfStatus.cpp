@@ -39,7 +39,8 @@ void Reactor::notifierIs(Mdl::Ptr<Mdl::Entity const> const& entity) {
    Mdl::Ptr<MdlIp6IntfStatus> const self(this);
    baseNotifierIs(next);
    isRegisteredNotifieeIs(true);
-   if (!old || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
+   if (!old || stateMachine_ == nullptr) return;
+   if (!stateMachine_->initializedAndReady()) return changeMissed();
    FirstException errors;
    withdrawLost(*old, next.get(), errors);
    errors.rethrow();
@@ -63,14 +64,15 @@ void Reactor::handleAddr6WithMask(Pkt::Ip6AddrWithMask const& addrArgument) {
    auto const watched = status();
    Pkt::Ip6AddrWithMask const addr = addrArgument;
    // 1.
-   if (!stateMachine || !watched || !stateMachine->initializedAndReady()) return;
+   if (!stateMachine || !watched) return;
+   if (!stateMachine->initializedAndReady()) return changeMissed();
    // 2.
    FWD_TRACE(2, "handleAddr6WithMask"
                     << "intfId: " << intfId_ << "ip6: " << addr.addr());
    // 3.
    if (addr.addr().isLinkLocal()) return;
    // 4.
-   if (!Admission::takesPart(intfId_, watched->vrf())) return;
+   if (!Admission::takesPart(intfId_, watched->vrf())) return changeMissed();
    Pkt::IpGenPrefix const prefix(addr.addr());
    FirstException errors;
    forEachGroup(*stateMachine, errors, [&](DecapGroup const& group, MdlDecapGroup& reactor) {
@@ -104,11 +106,17 @@ void Reactor::doIntfCleanup() {
    errors.rethrow();
 }
 
+/// Before the replay nothing is held, and nothing is missed.
+void Reactor::changeMissed() noexcept {
+   if (stateMachine_ != nullptr && stateMachine_->dgConfigReadyHandled()) missedChanges_ = true;
+}
+
 /// Withdraws what the groups hold for addresses of `old` that `next`, null for none, lacks.
 void Reactor::withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* next,
                            FirstException& errors) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   if (old.vrf() != L3::VrfName::defaultVrf()) {
+   if (missedChanges_ || old.vrf() != L3::VrfName::defaultVrf()) {
+      missedChanges_ = false;
       // It may have left the default VRF unnoticed, and been told of nothing since: what is held
       // need not be what can still be read.
       forEachGroup(*stateMachine, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {

@@ -34,6 +34,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterf
    void doIntfCleanup();
 
  private:
+   void changeMissed() noexcept;
    ~MdlIp6IntfStatus() override;
 
    void withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* next,
@@ -41,6 +42,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterf
 
    FwdDecapGroupSm* stateMachine_;
    Pkt::IntfId const intfId_;
+   /// An address changed while nobody could follow. What is held for the interface need not be what
+   /// can be read of it any more.
+   bool missedChanges_ = false;
 };
 
 }  // namespace Fwd

@@ -31,7 +31,11 @@ void Reactor::notifierIs(Mdl::Ptr<Mdl::Entity const> const& entity) {
    baseNotifierIs(next);
    isRegisteredNotifieeIs(true);
    FirstException errors;
-   if (old && isReady()) withdrawLost(*old, next.get(), errors);
+   if (old && isReady()) {
+      withdrawLost(*old, next.get(), errors);
+   } else if (old) {
+      changeMissed();
+   }
    if (next) errors.attempt([&] { evaluate(); });
    errors.rethrow();
 }
@@ -174,7 +178,7 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
    auto const watched = status();
    Pkt::IpAddrWithMask const addr = addrArgument;
    // 1.
-   if (!gate()) return;
+   if (!gate()) return changeMissed();
    FWD_TRACE(2, "handleSecondaryAddrWithMask"
                     << " secondaryIp: " << addr);
    Pkt::IntfId const& intfId = watched->intfId();
@@ -217,11 +221,17 @@ void Reactor::doIntfCleanup() {
    errors.rethrow();
 }
 
+/// Before the replay nothing is held, and nothing is missed.
+void Reactor::changeMissed() noexcept {
+   if (stateMachine_ != nullptr && stateMachine_->dgConfigReadyHandled()) missedChanges_ = true;
+}
+
 /// Withdraws what the groups hold for addresses of `old` that `next`, null for none, lacks: primary
 /// address, secondary addresses in ascending order, virtual address.
 void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                            FirstException& errors) {
-   if (old.vrf() != L3::VrfName::defaultVrf()) {
+   if (missedChanges_ || old.vrf() != L3::VrfName::defaultVrf()) {
+      missedChanges_ = false;
       // It may have left the default VRF unnoticed, and been told of nothing since: what is held
       // need not be what can still be read.
       forEachGroup(*stateMachine_, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {

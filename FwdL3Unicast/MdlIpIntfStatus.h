@@ -42,6 +42,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIpIntfStatus final : public Mdl::PtrInterfa
    void doIntfCleanup();
 
  private:
+   void changeMissed() noexcept;
    ~MdlIpIntfStatus() override;
 
    bool isReady() const;
@@ -53,6 +54,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIpIntfStatus final : public Mdl::PtrInterfa
 
    FwdDecapGroupSm* stateMachine_;
    Pkt::IntfId const intfId_;
+   /// An address changed while nobody could follow. What is held for the interface need not be what
+   /// can be read of it any more.
+   bool missedChanges_ = false;
 };
 
 }  // namespace Fwd

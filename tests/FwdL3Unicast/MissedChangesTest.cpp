@@ -98,4 +98,62 @@ TEST_F(MissedChanges, ARebuiltGroupHasMissedNothing) {
    thenHardware({text("10.0.0.1/32", 6081), text("10.1.0.0/16", 6081)});
 }
 
+/// An interface that is in another VRF for a while, without a notice: what it loses there is told to
+/// nobody.
+class MissedInAnotherVrf : public MissedChanges {
+ protected:
+   MissedInAnotherVrf() {
+      ethernet1_ = givenInterface("Ethernet1", "10.0.0.1/24");
+      ethernet2_ = givenInterface6("Ethernet2", {});
+      whenDecapIntfAdded("red", "", AddressType::all);
+      whenDecapIntfAdded("red", "", AddressType::all, ipv6);
+      givenRunning();
+      ethernet1_->activeSecondaryWithMaskIs(secondary_);
+      ethernet2_->addrIs(ip6_, {});
+      thenHardware(
+          {text("10.0.0.1/32", 6080), text("10.0.0.2/32", 6080), text("2001:db8::1/128", 6080)});
+   }
+   void whenAddressesGoInAnotherVrf() {
+      ethernet1_->vrfIs(vrf("blue"));
+      ethernet2_->vrfIs(vrf("blue"));
+      ethernet1_->activeSecondaryWithMaskDel(secondary_);
+      ethernet2_->addrDel(ip6_);
+      ethernet1_->vrfIs(vrf("default"));
+      ethernet2_->vrfIs(vrf("default"));
+   }
+
+   Pkt::IpAddrWithMask const secondary_{Mdl::String("10.0.0.2/24")};
+   Pkt::Ip6AddrWithMask const ip6_{Mdl::String("2001:db8::1/64")};
+   Mdl::Ptr<Ip::IpIntfStatus> ethernet1_;
+   Mdl::Ptr<Ip6::IntfStatus> ethernet2_;
+};
+
+TEST_F(MissedInAnotherVrf, AnInterfaceThatLeavesTakesEverythingAlong) {
+   whenAddressesGoInAnotherVrf();
+   ip->ipIntfStatusDel(intf("Ethernet1"));
+   ip6->intfDel(intf("Ethernet2"));
+   thenHardware({});
+   thenCounts({});
+}
+
+TEST_F(MissedInAnotherVrf, AnInterfaceWithAnotherStatusGivesUpWhatItLost) {
+   whenAddressesGoInAnotherVrf();
+   givenInterface("Ethernet1", "10.0.0.3/24");
+   givenInterface6("Ethernet2", {});
+   thenHardware({text("10.0.0.3/32", 6080)});
+   thenCounts({text("10.0.0.3/32", 6080) + " x1"});
+}
+
+// A status that is exchanged while nobody looks is a change that was missed as well.
+TEST_F(MissedInAnotherVrf, NothingOfAStatusThatWasExchangedUnseenIsLeft) {
+   sm->initializedIs(false);
+   givenInterface("Ethernet1", "10.0.0.4/24");
+   givenInterface6("Ethernet2", {});
+   sm->initializedIs(true);
+   ip->ipIntfStatusDel(intf("Ethernet1"));
+   ip6->intfDel(intf("Ethernet2"));
+   thenHardware({});
+   thenCounts({});
+}
+
 }  // namespace

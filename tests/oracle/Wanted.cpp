@@ -72,7 +72,8 @@ void Wanted::intfEvent(Event const& event) {
    if (event.kind == Kind::ipReplace) return intfReplaced(event, 1);
    if (event.kind == Kind::ip6Replace) return intfReplaced(event, 2);
    std::uint8_t const family = isIp6 ? 2 : 1;
-   if (looksAway()) drift(intf, family, Adrift::untilDerivedAnew);
+   bool const leaves = event.kind == Kind::ipRemove || event.kind == Kind::ip6Remove;
+   if (looksAway()) drift(intf, family, leaves ? Adrift::untilDerivedAnew : Adrift::untilItLeaves);
    if (event.kind == Kind::ipPut || event.kind == Kind::ip6Put) {
       appeared(intf, family);
    } else if (event.kind == Kind::ipRemove || event.kind == Kind::ip6Remove) {
@@ -91,7 +92,10 @@ void Wanted::intfReplaced(Event const& event, std::uint8_t family) {
    for (std::uint8_t intf = 0; intf < intfCount; ++intf) {
       Event::Fate const fate = event.fate(intf);
       if (fate == Event::Fate::kept) continue;
-      if (looksAway()) drift(intf, family, Adrift::untilDerivedAnew);
+      bool const leaves = fate == Event::Fate::lost;
+      if (looksAway()) {
+         drift(intf, family, leaves ? Adrift::untilDerivedAnew : Adrift::untilItLeaves);
+      }
       if (fate == Event::Fate::lost) comesAshore(intf, family);
       if (fate == Event::Fate::replaced) {
          appeared(intf, family);
