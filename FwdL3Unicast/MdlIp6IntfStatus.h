@@ -34,9 +34,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterf
    void doIntfCleanup();
 
  private:
-   void changeMissed() noexcept;
    ~MdlIp6IntfStatus() override;
 
+   void changeMissed() noexcept;
    void withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* next,
                      FirstException& errors);
 

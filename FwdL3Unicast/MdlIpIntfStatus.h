@@ -42,12 +42,12 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIpIntfStatus final : public Mdl::PtrInterfa
    void doIntfCleanup();
 
  private:
-   void changeMissed() noexcept;
    ~MdlIpIntfStatus() override;
 
    bool isReady() const;
    bool gate() const;
    void withdraw(Pkt::IpAddr addr, AddressRole role, std::uint32_t length, FirstException& errors);
+   void changeMissed() noexcept;
    void withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                      FirstException& errors);
    void replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstException& errors);
