@@ -98,8 +98,8 @@ TEST_F(MissedChanges, ARebuiltGroupHasMissedNothing) {
    thenHardware({text("10.0.0.1/32", 6081), text("10.1.0.0/16", 6081)});
 }
 
-/// An interface that is in another VRF for a while, without a notice: what it loses there is told to
-/// nobody.
+/// An interface that is in another VRF for a while, without a notice: what it loses there is told
+/// to nobody.
 class MissedInAnotherVrf : public MissedChanges {
  protected:
    MissedInAnotherVrf() {
