@@ -89,11 +89,17 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateForwardingVrf() {
    });
 }
 
+void FwdDecapGroupSm::MdlDecapGroup::rekeyStale() {
+   missedChanges_ = false;
+   rekeyAll([this](DecapKey const& key) { return keyOf(key.dstIp()); }, true);
+}
+
 /// Withdraws every key and produces the one that takes its place, interface keys first. Old and
 /// new are not compared: a key that stays the same is removed and programmed again. This is
-/// deliberate; a new reactor re-keys at once, and hardware that lost an entry gets it back.
+/// deliberate; a new reactor re-keys at once, and hardware that lost an entry gets it back. With
+/// `onlyStale`, keys that stay the same are left alone.
 template <class Rekeyed>
-void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed) {
+void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed, bool onlyStale) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    struct Depth {
@@ -103,8 +109,8 @@ void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed) {
    } const depth(rekeyDepth_);
    FirstException errors;
    unsigned mine = ++rekeyings_;
-   rekeySet(fromIntf_, rekeyed, false, errors);
-   rekeySet(fromIp_, rekeyed, false, errors);
+   rekeySet(fromIntf_, rekeyed, onlyStale, errors);
+   rekeySet(fromIp_, rekeyed, onlyStale, errors);
    // A hook that changed another value inside the walks has made keys that these never saw, from
    // old keys that still had the old value of this one.
    while (mine != rekeyings_ && group() && !isMarkedForDeletion()) {

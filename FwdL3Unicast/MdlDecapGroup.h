@@ -51,6 +51,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void replayedIs(unsigned replay) noexcept { following_ = true, replayed_ = replay; }
    /// Derives everything from the group's interfaces, then from its prefixes.
    void replay(unsigned replay);
+   /// Brings a group that was replayed before in line with values, entries and addresses that
+   /// changed while nobody could follow. A key that is right already stays untouched.
+   void catchUp(FirstException& errors);
    /// Runs the handlers of all attributes, as after a new notifier.
    void produceKeys();
 
@@ -176,8 +179,12 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void excludeIntfIp6(Pkt::IntfId const& intfId, bool excluded, FirstException& errors);
    void followExcludeSets();
 
+   bool isCalledFor(AddressOrigin const& origin) const;
+   void leaveStrayOrigins(FirstException& errors);
+
+   void rekeyStale();
    template <class Rekeyed>
-   void rekeyAll(Rekeyed const& rekeyed);
+   void rekeyAll(Rekeyed const& rekeyed, bool onlyStale = false);
    template <class Use, class Rekeyed>
    void rekeySet(GroupKeys<Use>& keys, Rekeyed const& rekeyed, bool onlyStale,
                  FirstException& errors);

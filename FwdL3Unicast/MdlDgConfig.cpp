@@ -1,5 +1,6 @@
 #include "FwdL3Unicast/MdlDgConfig.h"
 
+#include "FwdL3Unicast/CatchingUp.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
 
 namespace Fwd {
@@ -21,6 +22,7 @@ Mdl::Ptr<Config const> FwdDecapGroupSm::MdlDgConfig::config() const noexcept {
 void FwdDecapGroupSm::MdlDgConfig::notifierIs(Mdl::Ptr<Mdl::Entity const> const& entity) {
    auto const next = Mdl::dynamicPtrCast<Config const>(entity);
    if (next == notifier()) return;
+   bool const hadNone = notifier() == nullptr;
    baseNotifierIs(next);
    // Registered before the groups are told: a hook that changes the new configuration while they
    // are must not go unheard.
@@ -31,7 +33,14 @@ void FwdDecapGroupSm::MdlDgConfig::notifierIs(Mdl::Ptr<Mdl::Entity const> const&
       for (auto const& entry : stateMachine->mdlDecapGroup().walk()) {
          if (!next->decapGroupHas(entry.key)) stateMachine->decapGroupDel(entry.key);
       }
-      if (!isMarkedForDeletion()) stateMachine->handleDecapGroupConfigReady();
+      if (isMarkedForDeletion()) return;
+      bool const alreadyReplayed = stateMachine->dgConfigReadyHandled();
+      stateMachine->handleDecapGroupConfigReady();
+      if (!hadNone || !alreadyReplayed || !stateMachine->initializedAndReady()) return;
+      // Without a configuration nothing could be followed.
+      FirstException errors;
+      Fwd::catchUp(*stateMachine, errors);
+      errors.rethrow();
    }
 }
 

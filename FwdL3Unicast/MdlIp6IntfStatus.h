@@ -23,6 +23,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterf
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
    void mdlDoZombieReactors(bool zombie) override;
 
+   /// The groups have been brought in line with the interface as it is now.
+   void missedChangesAreMadeUpFor() noexcept { missedChanges_ = false; }
+
    void stateMachineIs(FwdDecapGroupSm* stateMachine) noexcept { stateMachine_ = stateMachine; }
 
    /// Nothing, deliberately: addresses that are there already when the reactor is made are taken

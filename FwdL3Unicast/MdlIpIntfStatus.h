@@ -27,6 +27,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIpIntfStatus final : public Mdl::PtrInterfa
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
    void mdlDoZombieReactors(bool zombie) override;
 
+   /// The groups have been brought in line with the interface as it is now.
+   void missedChangesAreMadeUpFor() noexcept { missedChanges_ = false; }
+
    void stateMachineIs(FwdDecapGroupSm* stateMachine) noexcept { stateMachine_ = stateMachine; }
 
    /// Evaluates primary and virtual address, when the reactor is new. Secondary addresses are not

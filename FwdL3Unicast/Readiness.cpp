@@ -1,6 +1,8 @@
 // The gate in front of hardware: nothing is programmed before the agent has initialized and the
 // configuration is ready; then every group is replayed, once.
 
+#include "FwdL3Unicast/CatchingUp.h"
+#include "FwdL3Unicast/FirstException.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 #include "FwdL3Unicast/MdlClock.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
@@ -53,10 +55,14 @@ void FwdDecapGroupSm::handleInitialized() {
    bool const alreadyReplayed = dgConfigReadyHandled_;
    handleDecapGroupConfigReady();
    if (!alreadyReplayed) return;
-   // A replay that was handled before arms nothing: keys that wait would wait for good, and an
-   // alarm that was left for the review to clear would stand for good.
-   doMaybeScheduleReview();
-   clearHwResourceFull();
+   // There is no second replay. What changed meanwhile and could not be followed is made up for;
+   // and as a replay that was handled before arms nothing, keys that wait would wait for good, and
+   // an alarm that was left for the review to clear would stand for good.
+   FirstException errors;
+   catchUp(*this, errors);
+   errors.attempt([&] { doMaybeScheduleReview(); });
+   errors.attempt([&] { clearHwResourceFull(); });
+   errors.rethrow();
 }
 
 void FwdDecapGroupSm::handleDecapGroupConfigReady() {

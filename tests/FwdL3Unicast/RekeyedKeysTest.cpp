@@ -16,10 +16,10 @@ class RekeyedKeys : public InterfaceFixture {
       forgetSoFar();
    }
    template <class Changes>
-   void whenNotInitialized(Changes const& changes) {
-      sm->initializedIs(false);
+   void whenUnnoticed(Changes const& changes) {
+      reactor("red")->hasNotificationActiveIs(false);
       changes();
-      sm->initializedIs(true);
+      reactor("red")->hasNotificationActiveIs(true);
    }
    void thenKeysAre(Group const& group) const {
       thenHardware({text("10.0.0.1/32", group), text("10.1.0.0/16", group)});
@@ -56,12 +56,12 @@ TEST_F(RekeyedKeys, TheSetHoldsTheNewKeyBeforeTheMachineIsTold) {
    EXPECT_FALSE(oldOne);
 }
 
-// A key keeps what did not change, whatever the configuration says by now: changes that were
-// ignored while the machine was not initialized do not slip in with another change.
+// A key keeps what did not change, whatever the configuration says by now: changes that nobody
+// noticed do not slip in with another change.
 
 TEST_F(RekeyedKeys, ANewPortComesAlone) {
    givenKeys();
-   whenNotInitialized([&] {
+   whenUnnoticed([&] {
       groupNamed("red").payloadTypeIs(PayloadType::mpls);
       groupNamed("red").forwardingVrfIs(vrf("blue"));
    });
@@ -71,7 +71,7 @@ TEST_F(RekeyedKeys, ANewPortComesAlone) {
 
 TEST_F(RekeyedKeys, ANewPayloadTypeComesAlone) {
    givenKeys();
-   whenNotInitialized([&] {
+   whenUnnoticed([&] {
       groupNamed("red").destPortIs(6081);
       groupNamed("red").forwardingVrfIs(vrf("blue"));
    });
@@ -81,7 +81,7 @@ TEST_F(RekeyedKeys, ANewPayloadTypeComesAlone) {
 
 TEST_F(RekeyedKeys, ANewVrfComesAlone) {
    givenKeys();
-   whenNotInitialized([&] {
+   whenUnnoticed([&] {
       groupNamed("red").destPortIs(6081);
       groupNamed("red").payloadTypeIs(PayloadType::mpls);
    });

@@ -27,6 +27,8 @@ void Wanted::event(Event const& event) {
    }
    // Whatever is there is taken once, by the replay; from then on each change has a notice.
    if (scene_.active() && !running_) running_ = started_ = true;
+   if (scene_.active() && !wasActive_ && !started_) caughtUp();
+   wasActive_ = scene_.active();
 }
 
 void Wanted::groupEvent(Event const& event) {
@@ -101,6 +103,17 @@ void Wanted::intfReplaced(Event const& event, std::uint8_t family) {
          appeared(intf, family);
          if (family == 1) evaluatedAnew(intf);
       }
+   }
+}
+
+/// Whatever nobody could follow is made up for, and what nobody was told of is found.
+void Wanted::caughtUp() {
+   untold_.clear();
+   adrift_.clear();
+   for (std::uint8_t group = 0; group < groupCount; ++group) {
+      Values const& now = scene_.group(group).values;
+      for (auto& entry : groups_[group].prefixes) entry.second = now;
+      for (auto& entry : groups_[group].origins) entry.second = now;
    }
 }
 

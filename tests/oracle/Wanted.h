@@ -38,16 +38,15 @@ std::string text(Origin const& origin);
 /// It knows nothing of how the machine gets there. What cannot be read off the present is kept
 /// here, each with the reason why it lasts:
 ///  - The port, payload type and VRF that a reference was taken with. Changes of them are not
-///    followed while the machine is not active, and nothing makes up for that afterwards; a later
-///    change replaces the one value that changes and leaves the others.
+///    followed while the machine is not active.
 ///  - Untold addresses. Secondary and IPv6 addresses that come with their status object are
-///  nobody's
-///    until somebody is told of them one by one, or an entry that covers the interface is applied.
+///    nobody's until somebody is told of them one by one, or an entry that covers the interface is
+///    applied.
 ///  - Interfaces adrift. A VRF changes without a notice, and what is held for the interface then
 ///    depends on who looks at it first, until it leaves or the group is derived anew. A machine
-///    that is not active looks away from interfaces, and makes up for nothing until the group is
-///    derived anew. Meanwhile what the machine holds is taken as it is, if only it makes up no
-///    address.
+///    that is not active looks away from interfaces. Meanwhile what the machine holds is taken as
+///    it is, if only it makes up no address.
+/// A machine that becomes active again makes up for all of them.
 ///
 /// Owner: the model of a run. Cost: an event looks at every address of every group.
 class Wanted {
@@ -111,6 +110,7 @@ class Wanted {
    void intfEvent(Event const& event);
    void intfReplaced(Event const& event, std::uint8_t family);
 
+   void caughtUp();
    void evaluatedAnew(std::uint8_t intf);
    void forgetMachine();
    void deriveAnew(std::uint8_t group);
@@ -146,6 +146,7 @@ class Wanted {
 
    Scene const& scene_;
    bool running_ = false;
+   bool wasActive_ = false;
    Groups groups_;
    std::set<std::pair<std::uint8_t, Origin>> untold_;
    std::map<Place, Adrift> adrift_;
