@@ -1,6 +1,7 @@
 // One decap key of a group: how it is derived, and the one reference that the group takes on it
 // and gives back.
 
+#include "FwdL3Unicast/Admission.h"
 #include "FwdL3Unicast/GroupKeysImpl.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/Messages.h"
@@ -127,16 +128,53 @@ DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfOrigin(DecapKey const& key,
    return key;
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::leaveIntf(Pkt::IntfId const& intfId, std::uint32_t family) {
+template <class Which>
+void FwdDecapGroupSm::MdlDecapGroup::leaveOrigins(Which const& which) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    FirstException errors;
    for (auto const& entry : fromIntf_.walk()) {
       for (auto const& origin : entry.value.origins) {
-         if (origin.intfId != intfId || origin.address.family() != family) continue;
-         errors.attempt([&] { leaveOrigin(entry.key, origin); });
+         if (which(origin)) errors.attempt([&] { leaveOrigin(entry.key, origin); });
       }
    }
    errors.rethrow();
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::leaveIntf(Pkt::IntfId const& intfId, std::uint32_t family) {
+   leaveOrigins([&](AddressOrigin const& origin) {
+      return origin.intfId == intfId && origin.address.family() == family;
+   });
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::leaveStrays(Pkt::IntfId const& intfId, std::uint32_t family) {
+   leaveOrigins([&](AddressOrigin const& origin) {
+      return origin.intfId == intfId && origin.address.family() == family && isStray(origin);
+   });
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::leaveStrays() {
+   leaveOrigins([this](AddressOrigin const& origin) { return isStray(origin); });
+}
+
+/// Whether the interface does not have the address in that role, or the group does not admit it. A
+/// group that a hook has put to rest has given everything back.
+bool FwdDecapGroupSm::MdlDecapGroup::isStray(AddressOrigin const& origin) const {
+   auto const watched = group();
+   // Whoever reported an address without saying why takes it back.
+   if (!watched || isMarkedForDeletion() || origin.role == AddressRole::unnamed) return false;
+   if (!Admission(*watched).admits(origin.intfId, origin.role)) return true;
+   Pkt::IpGenPrefix const& address = origin.address;
+   if (origin.role == AddressRole::ip6) {
+      auto const status = stateMachine_->ip6IntfStatus(origin.intfId);
+      return !status || !Admission::takesPart(origin.intfId, status->vrf()) ||
+             !status->addrHas(Pkt::Ip6AddrWithMask(address.ip6Addr(), address.length()));
+   }
+   auto const status = stateMachine_->ipIntfStatus(origin.intfId);
+   if (!status || !Admission::takesPart(origin.intfId, status->vrf())) return true;
+   if (origin.role == AddressRole::primary) return status->addrWithMask().addr() != address.ipAddr();
+   if (origin.role == AddressRole::virtualIp) return status->virtualIp() != address.ipAddr();
+   return !status->activeSecondaryWithMaskHas(
+       Pkt::IpAddrWithMask(address.ipAddr(), address.length()));
 }
 
 }  // namespace Fwd

@@ -118,6 +118,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool hasKeyOf(Pkt::IpGenPrefix const& prefix);
    /// Gives back whatever is held for an interface, wherever it came from. Looks at every key.
    void leaveIntf(Pkt::IntfId const& intfId, std::uint32_t family);
+   /// Gives back what is held for an interface and not called for now. Looks at every key.
+   void leaveStrays(Pkt::IntfId const& intfId, std::uint32_t family);
 
    Mdl::Ptr<IntfAddressType> intfAddressType(Pkt::IntfId const& intfId) const;
    Mdl::Ptr<IntfAddressType> intfAddressTypeIs(Pkt::IntfId const& intfId);
@@ -169,6 +171,10 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void forgetAll(GroupKeys<Use>& keys, FirstException& errors);
    void takeOrigin(DecapKey const& key, AddressOrigin const& origin);
    void leaveOrigin(DecapKey const& key, AddressOrigin const& origin);
+   template <class Which>
+   void leaveOrigins(Which const& which);
+   bool isStray(AddressOrigin const& origin) const;
+   void leaveStrays();
 
    void forEachIntfEntry(FirstException& errors, bool withExcludes);
    enum class Record : std::uint8_t { upToDate, applied, changed, missing };
@@ -178,9 +184,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void excludeIntfIp(Pkt::IntfId const& intfId, bool excluded, FirstException& errors);
    void excludeIntfIp6(Pkt::IntfId const& intfId, bool excluded, FirstException& errors);
    void followExcludeSets();
-
-   bool isCalledFor(AddressOrigin const& origin) const;
-   void leaveStrayOrigins(FirstException& errors);
 
    void rekeyStale();
    template <class Rekeyed>

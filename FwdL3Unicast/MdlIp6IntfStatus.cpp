@@ -115,16 +115,20 @@ void Reactor::changeMissed() noexcept {
 void Reactor::withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* next,
                            FirstException& errors) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   bool const stays = next != nullptr && Admission::takesPart(intfId_, next->vrf());
    if (missedChanges_ || old.vrf() != L3::VrfName::defaultVrf()) {
       missedChanges_ = false;
       // It may have left the default VRF unnoticed, and been told of nothing since: what is held
       // need not be what can still be read.
       forEachGroup(*stateMachine, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-         reactor.leaveIntf(intfId_, Pkt::familyIpv6);
+         if (stays) {
+            reactor.leaveStrays(intfId_, Pkt::familyIpv6);
+         } else {
+            reactor.leaveIntf(intfId_, Pkt::familyIpv6);
+         }
       });
       return;
    }
-   bool const stays = next != nullptr && Admission::takesPart(intfId_, next->vrf());
    forEachGroup(*stateMachine, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
       FirstException each;
       for (auto const& entry : old.addr().walk()) {

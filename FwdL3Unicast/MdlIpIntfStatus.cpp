@@ -230,16 +230,20 @@ void Reactor::changeMissed() noexcept {
 /// address, secondary addresses in ascending order, virtual address.
 void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                            FirstException& errors) {
+   bool const stays = next != nullptr && Admission::takesPart(next->intfId(), next->vrf());
    if (missedChanges_ || old.vrf() != L3::VrfName::defaultVrf()) {
       missedChanges_ = false;
       // It may have left the default VRF unnoticed, and been told of nothing since: what is held
       // need not be what can still be read.
       forEachGroup(*stateMachine_, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-         reactor.leaveIntf(intfId_, Pkt::familyIpv4);
+         if (stays) {
+            reactor.leaveStrays(intfId_, Pkt::familyIpv4);
+         } else {
+            reactor.leaveIntf(intfId_, Pkt::familyIpv4);
+         }
       });
       return;
    }
-   bool const stays = next != nullptr && Admission::takesPart(next->intfId(), next->vrf());
    auto const record = stateMachine_->decapIntfIp(old.intfId());
    // With a status to follow, primary and virtual address are replaced by its evaluation.
    if (!stays && record) {

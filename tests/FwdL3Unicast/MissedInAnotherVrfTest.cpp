@@ -47,4 +47,13 @@ TEST_F(MissedInAnotherVrf, AnInterfaceWithAnotherStatusGivesUpWhatItLost) {
    thenDestinations({"10.0.0.3/32"});
 }
 
+// What the new status still has stays, whatever was missed.
+TEST_F(MissedInAnotherVrf, AnInterfaceWithAnotherStatusKeepsWhatItHas) {
+   whenAddressesGoInAnotherVrf();
+   auto const next = makeInterface("Ethernet1", "10.0.0.3/24", {"10.0.0.2/24"});
+   ip->ipIntfStatusIs(next);
+   forgetSoFar();
+   thenDestinations({"10.0.0.2/32", "10.0.0.3/32", "2001:db8::1/128"});
+}
+
 }  // namespace
