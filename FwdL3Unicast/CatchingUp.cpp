@@ -20,9 +20,9 @@ void catchUp(FwdDecapGroupSm& stateMachine, FirstException& errors) {
    for (auto const& entry : stateMachine.mdlIp6IntfStatus()) {
       entry.value->missedChangesAreMadeUpFor();
    }
-   forEachGroup(stateMachine, errors, [&](DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) {
-      group.catchUp(errors);
-   });
+   forEachGroup(
+       stateMachine, errors,
+       [&](DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) { group.catchUp(errors); });
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::catchUp(FirstException& errors) {

@@ -171,7 +171,8 @@ bool FwdDecapGroupSm::MdlDecapGroup::isStray(AddressOrigin const& origin) const 
    }
    auto const status = stateMachine_->ipIntfStatus(origin.intfId);
    if (!status || !Admission::takesPart(origin.intfId, status->vrf())) return true;
-   if (origin.role == AddressRole::primary) return status->addrWithMask().addr() != address.ipAddr();
+   if (origin.role == AddressRole::primary)
+      return status->addrWithMask().addr() != address.ipAddr();
    if (origin.role == AddressRole::virtualIp) return status->virtualIp() != address.ipAddr();
    return !status->activeSecondaryWithMaskHas(
        Pkt::IpAddrWithMask(address.ipAddr(), address.length()));

@@ -1,5 +1,6 @@
 #include "agent/CommandLine.h"
 
+#include "agent/ReplayCommand.h"
 #include "agent/RunCommand.h"
 
 #include <CLI/CLI.hpp>
@@ -13,6 +14,16 @@ namespace {
 
 constexpr char const* scenarioSuffix = ".scn";
 
+void declareReplay(CLI::App& replay, ReplayOptions& options) {
+   replay.add_option("FILE", options.journal, "A journal, as run --journal writes it")
+       ->type_name("")
+       ->required();
+   replay.add_option("--trace", options.traceLevel, "Show traces of the levels 0 to LEVEL")
+       ->type_name("LEVEL")
+       ->check(CLI::Range(0, 31));
+   replay.add_flag("--json", options.json, "One JSON document instead of sentences");
+}
+
 /// What follows `run`. The two files may come in any order; their names tell them apart.
 struct RunArguments {
    std::string first;
@@ -20,6 +31,7 @@ struct RunArguments {
    std::string scenario;
    std::string hardwareState;
    bool keepHardware = false;
+   std::string journal;
    int traceLevel = -1;
    bool json = false;
    bool all = false;
@@ -45,6 +57,9 @@ void declareRun(CLI::App& run, RunArguments& arguments) {
    run.add_flag("--keep-hardware", arguments.keepHardware,
                 "Leave hardware as it is at the end, for the next run")
        ->needs(state);
+   run.add_option("--journal", arguments.journal,
+                  "Write down what the machine is told and does, for replay")
+       ->type_name("FILE");
    run.add_option("--trace", arguments.traceLevel, "Show traces of the levels 0 to LEVEL")
        ->type_name("LEVEL")
        ->check(CLI::Range(0, 31));
@@ -80,6 +95,7 @@ RunOptions optionsFrom(RunArguments const& arguments) {
    }
    options.hardwareState = arguments.hardwareState;
    options.keepHardware = arguments.keepHardware;
+   options.journal = arguments.journal;
    options.json = arguments.json;
    options.rows = arguments.all ? std::numeric_limits<std::size_t>::max() : arguments.rows;
    options.limit = arguments.limit;
@@ -95,8 +111,13 @@ int commandLine(int argc, char const* const* argv, std::ostream& out, std::ostre
    RunArguments arguments;
    CLI::App& runApp = *app.add_subcommand("run", "Run a configuration or a scenario until quiet");
    declareRun(runApp, arguments);
+   ReplayOptions replayOptions;
+   CLI::App& replayApp =
+       *app.add_subcommand("replay", "Have the machine live through a journal again, and compare");
+   declareReplay(replayApp, replayOptions);
    try {
       app.parse(argc, argv);
+      if (replayApp.parsed()) return static_cast<int>(replay(replayOptions, out, err));
       return static_cast<int>(run(optionsFrom(arguments), out, err));
    } catch (CLI::ParseError const& error) {
       bool const asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);

@@ -15,12 +15,13 @@ Narration::Narration(World& world, std::ostream* out, std::string indent)
       calls_.push_back(call);
       line(call.time, callText(call));
    });
-   world_.log().observerIs([this](Mdl::LogHandle const& message) {
+   world_.logObserverIs([this](Mdl::LogHandle const& message) {
       messages_.push_back(&message);
       line(world_.now(), "log " + logText(message));
    });
    world_.faultHandlerIs([this](std::exception const& exception) { fault(exception); });
    Mdl::Trace::sinkIs([this](Mdl::TraceRecord const& record) {
+      if (world_.recorder() != nullptr) world_.recorder()->noteTrace(record);
       line(world_.now(), "trace " + std::to_string(record.level) + "  " + std::string(record.text));
    });
 }
@@ -29,14 +30,16 @@ Narration::~Narration() {
    traceLevelIs(std::nullopt);
    Mdl::Trace::sinkIs({});
    world_.callObserverIs({});
-   world_.log().observerIs({});
+   world_.logObserverIs({});
    world_.faultHandlerIs({});
 }
 
 void Narration::traceLevelIs(std::optional<unsigned> level) {
    if (trace_ == nullptr) return;
    // The bits 0 to level.
-   trace_->maskIs(!level ? 0 : *level >= 31 ? ~std::uint32_t{0} : (2u << *level) - 1);
+   std::uint32_t const mask = !level ? 0 : *level >= 31 ? ~std::uint32_t{0} : (2u << *level) - 1;
+   if (world_.recorder() != nullptr) world_.recorder()->noteTraceMask(mask);
+   trace_->maskIs(mask);
 }
 
 void Narration::startOver() {

@@ -4,6 +4,7 @@
 #include "agent/HardwareState.h"
 #include "agent/InputError.h"
 #include "agent/InputFile.h"
+#include "agent/JournalFile.h"
 #include "agent/JsonReport.h"
 #include "agent/Narration.h"
 #include "agent/Progress.h"
@@ -148,7 +149,9 @@ void printUnmet(std::ostream& err, std::string const& file, Unmet const& unmet) 
 ExitCode run(RunOptions const& options, std::ostream& out, std::ostream& err) try {
    Inputs inputs = readInputs(options);
    std::ostream& told = options.json ? err : out;
+   JournalFile journal(options.journal);
    World world;
+   world.recorderIs(journal.recorder());
    HardwareState state(options.hardwareState, options.keepHardware);
    if (!state.open(world, err)) return ExitCode::badInput;
    RunResult result;
@@ -172,7 +175,8 @@ ExitCode run(RunOptions const& options, std::ostream& out, std::ostream& err) tr
       printText(out, options, report, result);
    }
    for (Unmet const& unmet : result.unmet) printUnmet(err, options.scenario, unmet);
-   if (!closed) return ExitCode::failure;
+   bool const journaled = journal.close(err);
+   if (!closed || !journaled) return ExitCode::failure;
    return result.unmet.empty() ? ExitCode::ok : ExitCode::unmet;
 } catch (InputError const& error) {
    err << "decap-agent: " << error.what() << '\n';

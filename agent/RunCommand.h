@@ -23,6 +23,7 @@ struct RunOptions {
    std::string scenario;       ///< a file, or empty
    std::string hardwareState;  ///< the file that the hardware table is kept in, or empty
    bool keepHardware = false;  ///< leave hardware as it is at the end
+   std::string journal;        ///< the file that everything is written down in, or empty
    std::optional<unsigned> traceLevel;
    bool json = false;
    std::size_t rows = 40;

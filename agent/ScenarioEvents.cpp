@@ -183,6 +183,9 @@ ScenarioEvent parseMachine(Tokens& tokens) {
    if (tokens.take("initialized")) {
       return change([](Stage& stage) { stage.world().initialized(); });
    }
+   if (tokens.take("not-initialized")) {
+      return change([](Stage& stage) { stage.world().initializedIs(false); });
+   }
    if (tokens.take("stop")) {
       bool const keep = tokens.take("keep-hardware");
       return change([keep](Stage& stage) { stage.world().stop(keep); });
@@ -204,8 +207,8 @@ ScenarioEvent parseMachine(Tokens& tokens) {
       });
    }
    tokens.unexpected(
-       "one of start, build, config-ready, initialized, stop, kill, review-interval, "
-       "review-budget");
+       "one of start, build, config-ready, initialized, not-initialized, stop, kill, "
+       "review-interval, review-budget");
 }
 
 ScenarioEvent parseEvent(Tokens& tokens) {

@@ -178,9 +178,7 @@ ScenarioEvent parseApply(Tokens& tokens) {
    tokens.need("interface");
    DecapIntfKey const key = parseEntryKey(tokens);
    ScenarioEvent event;
-   event.act = [name, key](Stage& stage) {
-      if (stage.world().machine()) applyEntry(*stage.world().machine(), name, key);
-   };
+   event.act = [name, key](Stage& stage) { stage.world().applyEntry(name, key); };
    return event;
 }
 

@@ -15,7 +15,7 @@ namespace Agent {
 
 namespace {
 
-using Change = std::function<void(Interface const&)>;
+using Change = std::function<void(World&, Interface const&)>;
 
 constexpr std::array<std::string_view, 6> keywords = {"vrf",     "primary", "secondary",
                                                       "virtual", "ipv6",    "no"};
@@ -37,7 +37,7 @@ void parseList(Tokens& tokens, std::string_view what, Addr (*reader)(std::string
 void parseSecondary(Tokens& tokens, bool add, std::vector<Change>& changes) {
    parseList(tokens, "an IPv4 address", ipAddrFromText, changes,
              [add](Pkt::IpAddrWithMask const& addr) -> Change {
-                return [addr, add](Interface const& interface) {
+                return [addr, add](World&, Interface const& interface) {
                    if (add) {
                       interface.ip->activeSecondaryWithMaskIs(addr);
                    } else {
@@ -50,7 +50,7 @@ void parseSecondary(Tokens& tokens, bool add, std::vector<Change>& changes) {
 void parseIpv6(Tokens& tokens, bool add, std::vector<Change>& changes) {
    parseList(tokens, "an IPv6 address", ip6AddrFromText, changes,
              [add](Pkt::Ip6AddrWithMask const& addr) -> Change {
-                return [addr, add](Interface const& interface) {
+                return [addr, add](World&, Interface const& interface) {
                    if (add) {
                       interface.ip6->addrIs(addr, {});
                    } else {
@@ -62,20 +62,21 @@ void parseIpv6(Tokens& tokens, bool add, std::vector<Change>& changes) {
 
 Change parseVrf(Tokens& tokens) {
    L3::VrfName const vrf(tokens.read("the name of a VRF", nameFromText));
-   return [vrf](Interface const& interface) { interface.vrfIs(vrf); };
+   return [vrf](World& world, Interface const& interface) { world.vrfIs(interface, vrf); };
 }
 
 Change parsePrimary(Tokens& tokens) {
    auto const addr = tokens.take("none")
                          ? Pkt::IpAddrWithMask()
                          : tokens.read("an IPv4 address or \"none\"", ipAddrFromText);
-   return [addr](Interface const& interface) { interface.ip->addrWithMaskIs(addr); };
+   return [addr](World&, Interface const& interface) { interface.ip->addrWithMaskIs(addr); };
 }
 
 Change parseVirtual(Tokens& tokens) {
    bool const isVirtual = tokens.take("on");
    if (!isVirtual && !tokens.take("off")) tokens.unexpected("on or off");
-   return [isVirtual](Interface const& interface) { interface.ip->virtualAddrIs(isVirtual); };
+   return
+       [isVirtual](World&, Interface const& interface) { interface.ip->virtualAddrIs(isVirtual); };
 }
 
 /// What stands behind "no".
@@ -121,7 +122,7 @@ ScenarioEvent parseInterface(Tokens& tokens) {
       World& world = stage.world();
       Interface const interface = world.interfaceFor(name);
       for (Change const& change : changes) {
-         stage.attempt([&] { change(interface); });
+         stage.attempt([&] { change(world, interface); });
       }
       world.interfaceIs(interface);
    };

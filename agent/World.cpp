@@ -52,6 +52,10 @@ World::World()
       hardware_(Mdl::allocate<Sim::SimHelper>()) {
    hardware_->journal().limitIs(journalLimit);
    hardware_->observerIs([this](Sim::Call const& call) { noteCall(call); });
+   log_.observerIs([this](Mdl::LogHandle const& message) {
+      if (recorder_ != nullptr) recorder_->noteLog(message);
+      if (logObserver_) logObserver_(message);
+   });
 }
 
 void World::noteCall(Sim::Call const& call) {
@@ -117,7 +121,7 @@ void World::configure(GroupConfiguration const& configuration) {
 
 void World::configure(InterfaceConfiguration const& configuration) {
    auto const interface = interfaceFor(configuration.name);
-   interface.vrfIs(configuration.vrf);
+   vrfIs(interface, configuration.vrf);
    interface.ip->addrWithMaskIs(configuration.primary);
    for (auto const& addr : configuration.secondary) interface.ip->activeSecondaryWithMaskIs(addr);
    interface.ip->virtualAddrIs(configuration.isVirtual);
@@ -132,8 +136,14 @@ void World::build() {
    // An agent's status begins with the agent: an alarm that its predecessor left standing is not
    // its own, and nobody would end it.
    status_ = Mdl::allocate<Tunnel::Decap::Hardware::Status>();
+   Mdl::Ptr<Fwd::FwdDecapGroupSmHelper> hook = hardware_;
+   if (recorder_ != nullptr) {
+      recorder_->noteBuild(
+          {config_, status_, ipStatus_, ip6Status_, shared_->verifyData(), time_.clock()});
+      hook = recorder_->hook(hardware_);
+   }
    machine_ = Fwd::fwdDecapGroupSmFactory(shared_, config_, status_, ipStatus_, ip6Status_,
-                                          time_.clock(), hardware_);
+                                          time_.clock(), hook);
    reviewChanged();
 }
 
@@ -143,8 +153,18 @@ void World::start() {
    initialized();
 }
 
+void World::initializedIs(bool initialized) {
+   if (!machine_) return;
+   if (recorder_ != nullptr) recorder_->noteInitialized(initialized);
+   machine_->initializedIs(initialized);
+}
+
 void World::stop(bool keepHardware) {
    if (!machine_) return;
+   if (recorder_ != nullptr) {
+      recorder_->noteCleanupDisabled(keepHardware);
+      recorder_->noteDrop();
+   }
    machine_->disableCleanupOnRestartIs(keepHardware);
    machine_ = nullptr;
    // Whoever comes next is to be told again.
@@ -194,6 +214,21 @@ void World::interfaceDel(Pkt::IntfId const& name) {
    both([&] { ipStatus_->ipIntfStatusDel(name); }, [&] { ip6Status_->intfDel(name); });
 }
 
+void World::vrfIs(Interface const& interface, L3::VrfName const& vrf) const {
+   if (recorder_ != nullptr) {
+      recorder_->noteVrf(interface.ip, vrf);
+      recorder_->noteVrf(interface.ip6, vrf);
+   }
+   interface.ip->vrfIs(vrf);
+   interface.ip6->vrfIs(vrf);
+}
+
+void World::applyEntry(Mdl::String const& group, Tunnel::Decap::DecapIntfKey const& entry) {
+   if (!machine_ || !machine_->mdlDecapGroup().contains(group)) return;
+   if (recorder_ != nullptr) recorder_->noteEntry(group, entry);
+   Agent::applyEntry(*machine_, group, entry);
+}
+
 void World::turn() {
    if (time_.now() > time_.clock()->time()) moveClock(time_.now());
 }
@@ -225,6 +260,10 @@ Settled World::settle(Mdl::Seconds limit) {
 
 void World::reviewChanged() {
    if (!machine_) return;
+   if (recorder_ != nullptr) {
+      recorder_->noteReviewInterval(review_.interval);
+      recorder_->noteReviewQuanta(review_.budget);
+   }
    machine_->reviewIntervalIs(review_.interval);
    machine_->reviewQuantaIs(review_.budget);
 }

@@ -5,6 +5,7 @@
 #include "agent/OperatorLog.h"
 #include "agent/Refusals.h"
 #include "agent/TakeOver.h"
+#include "platform/journal/Recorder.h"
 #include "platform/sim/SimHelper.h"
 #include "platform/sim/SimTime.h"
 
@@ -32,12 +33,6 @@ struct Interface {
 
    Pkt::IntfId const& name() const noexcept { return ip->intfId(); }
    L3::VrfName const& vrf() const noexcept { return ip->vrf(); }
-   /// An interface that is part of the status moves without anybody being told.
-   void vrfIs(L3::VrfName const& vrf) const {
-      ip->vrfIs(vrf);
-      ip6->vrfIs(vrf);
-   }
-
    friend bool operator==(Interface const&, Interface const&) = default;
 };
 
@@ -71,6 +66,11 @@ class World {
    /// Whether the end of the world, however it comes, leaves hardware as it is. False at first.
    void keepHardwareIs(bool keep) noexcept { keepHardware_ = keep; }
 
+   /// Has everything that the machine is told and does written down. Null for nobody; whoever
+   /// writes outlives the machine. Before anything is built.
+   void recorderIs(Journal::Recorder* recorder) noexcept { recorder_ = recorder; }
+   Journal::Recorder* recorder() const noexcept { return recorder_; }
+
    // The machine's life.
 
    /// Builds the machine without telling it to begin. What hardware holds is held over: what the
@@ -80,9 +80,9 @@ class World {
    /// The configuration is complete.
    void configReady() { config_->readyIs(true); }
    /// The agent has finished its start-up. Nothing when there is no machine.
-   void initialized() {
-      if (machine_) machine_->initializedIs(true);
-   }
+   void initialized() { initializedIs(true); }
+   /// The agent takes that back, or gives it again.
+   void initializedIs(bool initialized);
    /// All of it: build, configuration ready, initialized.
    void start();
    /// Drops the machine, and the configuration is not ready any more. With `keepHardware` the table
@@ -114,6 +114,8 @@ class World {
    /// Makes the interface part of the status, with its IPv4 half first.
    void interfaceIs(Interface const& interface);
    void interfaceDel(Pkt::IntfId const& name);
+   /// An interface that is part of the status moves without anybody being told.
+   void vrfIs(Interface const& interface, L3::VrfName const& vrf) const;
    /// In the order of appearance.
    Mdl::Collection<Pkt::IntfId, Interface> const& interfaces() const noexcept {
       return interfaces_;
@@ -159,7 +161,11 @@ class World {
    /// and the machine has not heard of it. `before` is run first.
    void killIn(std::uint64_t calls, std::function<void()> before);
 
+   /// Has the group look at an entry anew, as after a notification.
+   void applyEntry(Mdl::String const& group, Tunnel::Decap::DecapIntfKey const& entry);
+
    void callObserverIs(CallObserver observer) { callObserver_ = std::move(observer); }
+   void logObserverIs(OperatorLog::Observer observer) { logObserver_ = std::move(observer); }
    void faultHandlerIs(FaultHandler handler) { faultHandler_ = std::move(handler); }
 
  private:
@@ -179,7 +185,9 @@ class World {
    std::uint64_t callsToLive_ = 0;  ///< 0: any number
    std::function<void()> beforeDeath_;
    ReviewConfiguration review_;
+   Journal::Recorder* recorder_ = nullptr;
    CallObserver callObserver_;
+   OperatorLog::Observer logObserver_;
    FaultHandler faultHandler_;
    Mdl::Collection<Mdl::String, Mdl::Ptr<DecapGroup>> groups_;
    Mdl::Collection<Pkt::IntfId, Interface> interfaces_;

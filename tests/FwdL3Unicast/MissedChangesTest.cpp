@@ -2,9 +2,9 @@
 
 namespace {
 
-/// A running machine that is not initialized for a while. What changes meanwhile is followed in part
-/// at most; what goes is given back under the values that it was taken with; and once the machine
-/// is initialized again, everything is as it would be without the pause.
+/// A running machine that is not initialized for a while. What changes meanwhile is followed in
+/// part at most; what goes is given back under the values that it was taken with; and once the
+/// machine is initialized again, everything is as it would be without the pause.
 class MissedChanges : public InterfaceFixture {
  protected:
    MissedChanges() { givenGroup("red"); }
@@ -154,7 +154,8 @@ TEST_F(MissedChanges, ANewPrimaryAddressTakesThePlaceOfTheOldOne) {
    thenRecord("Ethernet1", "10.0.0.2 0.0.0.0");
 }
 
-// What the machine recorded of an address is not what the group holds when the entry came meanwhile.
+// What the machine recorded of an address is not what the group holds when the entry came
+// meanwhile.
 TEST_F(MissedChanges, AnAddressThatAnEntryCameForIsHeldOnce) {
    auto const ethernet1 = givenInterface("Ethernet1", "10.0.0.1/24");
    givenGroup("blue");

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/journal/Recorder.h"
+
+#include <fstream>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace Agent {
+
+/// The file that a run's journal goes to.
+///
+/// Owner: a command that runs a world; outlives the world.
+/// I1: a line is with the system before the machine goes on: whatever ends the process, the file
+///   tells how far it had come.
+class JournalFile {
+ public:
+   /// Without a name nothing is recorded. What the file held before is gone. Throws InputError when
+   /// it cannot be opened.
+   explicit JournalFile(std::string file);
+   JournalFile(JournalFile const&) = delete;
+   JournalFile& operator=(JournalFile const&) = delete;
+
+   /// Null when nothing is recorded.
+   Journal::Recorder* recorder() noexcept { return recorder_ ? &*recorder_ : nullptr; }
+
+   /// Writes the end. False, with one line to `err`, when the file does not have everything.
+   bool close(std::ostream& err);
+
+ private:
+   std::string const file_;
+   std::ofstream stream_;
+   std::optional<Journal::Recorder> recorder_;
+};
+
+}  // namespace Agent
