@@ -4,7 +4,9 @@
 #include "mdl/System.h"
 #include "platform/sim/KeyText.h"
 
+#include <charconv>
 #include <exception>
+#include <system_error>
 #include <utility>
 
 namespace Journal {
@@ -12,6 +14,17 @@ namespace Journal {
 namespace {
 
 Mdl::TraceHandle* traces() { return Mdl::TraceHandle::find("FwdDecapGroup"); }
+
+/// The reverse of `Sim::answerText`. Where the replay is over, all that matters is to come to an
+/// end.
+Fwd::dgRetCode codeOf(std::string const& answer) {
+   if (auto const code = Sim::answerFromText(answer)) return *code;
+   std::uint8_t number = 0;
+   char const* const end = answer.data() + answer.size();
+   auto const read = std::from_chars(answer.data(), end, number);
+   bool const isNumber = read.ec == std::errc() && read.ptr == end;
+   return isNumber ? static_cast<Fwd::dgRetCode>(number) : Fwd::dgRcSuccess;
+}
 
 }  // namespace
 
@@ -21,9 +34,7 @@ class Player::Platform final : public Fwd::FwdDecapGroupSmHelper {
    explicit Platform(Player& player) : FwdDecapGroupSmHelper("replay"), player_(player) {}
 
    Fwd::dgRetCode programDecapKey(Fwd::DecapKey const&) override {
-      std::string const answer = player_.answer();
-      // After a difference nothing matters but to come to an end.
-      return Sim::answerFromText(answer).value_or(Fwd::dgRcSuccess);
+      return codeOf(player_.answer());
    }
    void removeDecapKey(Fwd::DecapKey const&) override { player_.answer(); }
    void verify() override { player_.answer(); }

@@ -2,9 +2,10 @@
 
 namespace Oracle {
 
-Run::Run()
+Run::Run(Journal::Recorder* recorder)
     : wanted_(scene_),
-      world_([this](Sim::Call const& call, Mdl::Seconds now) { books_.called(call, now); }) {}
+      world_([this](Sim::Call const& call, Mdl::Seconds now) { books_.called(call, now); },
+             recorder) {}
 
 Books::Complaints Run::apply(Event const& event) {
    if (!scene_.apply(event)) return {};
@@ -56,6 +57,15 @@ Books::Complaints Run::leftovers() {
    if (!found.table.empty()) left.emplace_back("hardware has keys after everything has gone");
    if (found.resourceFull) left.emplace_back("the alarm stands after everything has gone");
    return left;
+}
+
+void record(Events const& events, Journal::Recorder::Sink const& sink) {
+   Journal::Recorder recorder(sink);
+   Run run(&recorder);
+   for (Event const& event : events) {
+      if (!run.apply(event).empty()) return;
+   }
+   run.withdrawAll();
 }
 
 Outcome play(Events const& events, std::function<void(std::size_t)> const& progress) {

@@ -17,7 +17,8 @@ namespace Oracle {
 /// Owner: whoever plays a sequence. One at a time.
 class Run {
  public:
-   Run();
+   /// `recorder` writes down what the machine is told and does, null for nobody; it outlives this.
+   explicit Run(Journal::Recorder* recorder = nullptr);
 
    /// What they disagree about, a line each; empty when all is well.
    Books::Complaints apply(Event const& event);
@@ -54,6 +55,10 @@ struct Outcome {
 
    bool ok() const { return complaints.empty(); }
 };
+
+/// What the machine is told and does in a sequence, up to the first difference or to the end of
+/// everything: its journal, line by line as it happens.
+void record(Events const& events, Journal::Recorder::Sink const& sink);
 
 /// Plays a sequence to its end and withdraws everything, or up to the first difference. `progress`
 /// hears of each event before it is applied: how many there were, that one included.

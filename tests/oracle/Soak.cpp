@@ -179,6 +179,7 @@ class Soak {
       out_.flush();
       // The withdrawal at the end belongs to the failure when all events went well.
       events.resize(std::min(events.size(), at));
+      std::string const journal = writeJournal(seed, events);
       if (!fails(events)) {
          out_ << "soak: the sequence does not fail when it is played again\n";
          return 2;
@@ -188,16 +189,32 @@ class Soak {
          if (terminal_ != nullptr) *terminal_ << "\r\033[K" << left << " events left" << std::flush;
       });
       wipe();
-      report(seed, fewest);
+      report(seed, fewest, journal);
       return 1;
    }
 
-   void report(std::uint32_t seed, Events const& fewest) {
+   std::string pathOf(std::uint32_t seed, char const* suffix) const {
+      return (std::filesystem::path(options_.folder) / ("soak-" + std::to_string(seed) + suffix))
+          .string();
+   }
+
+   /// Line by line, as the machine may end the process.
+   std::string writeJournal(std::uint32_t seed, Events const& events) const {
+      std::string const path = pathOf(seed, ".journal");
+      Child child([&] {
+         std::fclose(stderr);
+         std::ofstream file(path, std::ios::binary);
+         record(events, [&](std::string const& line) { file << line << '\n' << std::flush; });
+         return 0;
+      });
+      child.wait();
+      return path;
+   }
+
+   void report(std::uint32_t seed, Events const& fewest, std::string const& journal) {
       out_ << "The fewest events that still fail:\n" << text(fewest);
       out_.flush();
-      std::string const path =
-          (std::filesystem::path(options_.folder) / ("soak-" + std::to_string(seed) + ".scn"))
-              .string();
+      std::string const path = pathOf(seed, ".scn");
       std::ofstream file(path);
       file << scenarioOf(fewest, "Seed " + std::to_string(seed) + " of the soak, reduced.");
       file.flush();
@@ -211,6 +228,7 @@ class Soak {
          return 0;
       });
       child.wait();
+      out_ << "soak: the journal of all events is " << journal << "\n";
       out_ << "soak: machine and oracle disagree; the scenario is " << path << "\n";
    }
 

@@ -1,5 +1,6 @@
 #include "oracle/Child.h"
 #include "oracle/Soak.h"
+#include "platform/journal/Player.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <string>
 
@@ -31,6 +33,12 @@ class SoakRun : public testing::Test {
       out.close();
       said = Support::readFile(folder.path("out"));
       return code;
+   }
+   /// The name of a file that is spoken of.
+   std::string fileThatEndsIn(char const* suffix) const {
+      auto const end = said.find(suffix);
+      auto const begin = said.rfind('/', end);
+      return said.substr(begin + 1, end + std::strlen(suffix) - begin - 1);
    }
    bool says(std::string const& text) const { return said.find(text) != std::string::npos; }
 
@@ -62,10 +70,13 @@ TEST_F(SoakRun, ReducesADisagreementAndWritesItsScenario) {
    EXPECT_TRUE(says("  there is a limit\n")) << said;
    EXPECT_FALSE(says("  2. ")) << said;
    EXPECT_TRUE(says("soak: machine and oracle disagree; the scenario is ")) << said;
-   auto const at = said.find("/soak-");
-   std::string const scenario =
-       Support::readFile(folder.path(said.substr(at + 1, said.size() - at - 2)));
+   std::string const scenario = Support::readFile(folder.path(fileThatEndsIn(".scn")));
    EXPECT_NE(scenario.find("machine stop\nhardware capacity "), std::string::npos) << scenario;
+   // The journal has every event, not only the fewest.
+   std::string const journal = Support::readFile(folder.path(fileThatEndsIn(".journal")));
+   Journal::Outcome const replayed = Journal::Player(journal).play();
+   EXPECT_FALSE(replayed.difference);
+   EXPECT_GT(replayed.inputs, 1U);
 }
 
 TEST_F(SoakRun, OutlivesASequenceThatEndsTheProcess) {

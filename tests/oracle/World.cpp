@@ -61,10 +61,10 @@ std::size_t capacityOf(Event const& event) {
 
 }  // namespace
 
-World::World(Observer observer)
-    : config_(Mdl::allocate<Config>()), status_(Mdl::allocate<Tunnel::Decap::Hardware::Status>()),
-      ip_(Mdl::allocate<Ip::Status>()), ip6_(Mdl::allocate<Ip6::Status>()),
-      verifyData_(Mdl::allocate<Fwd::VerifyData>()),
+World::World(Observer observer, Journal::Recorder* recorder)
+    : recorder_(recorder), config_(Mdl::allocate<Config>()),
+      status_(Mdl::allocate<Tunnel::Decap::Hardware::Status>()), ip_(Mdl::allocate<Ip::Status>()),
+      ip6_(Mdl::allocate<Ip6::Status>()), verifyData_(Mdl::allocate<Fwd::VerifyData>()),
       acsd_(Mdl::allocate<Fwd::FwdCommonSmData>(verifyData_)),
       hardware_(Mdl::allocate<Sim::SimHelper>()) {
    for (std::uint8_t group = 0; group < groupCount; ++group) groups_[group] = newGroup(group, {});
@@ -73,6 +73,7 @@ World::World(Observer observer)
       observer(call, time_.now());
    });
    Mdl::Log::sinkIs([this](Mdl::LogHandle const& handle) {
+      record([&](auto& to) { to.noteLog(handle); });
       if (&handle == &Fwd::TUNNEL_HW_RESOURCE_FULL) ++fullLogs_;
       if (&handle == &Fwd::TUNNEL_HW_RESOURCE_NORMAL) ++normalLogs_;
    });
@@ -80,6 +81,7 @@ World::World(Observer observer)
 
 World::~World() {
    hardware_->observerIs({});
+   if (sm_) record([](auto& to) { to.noteDrop(); });
    sm_ = nullptr;
    Mdl::Log::sinkIs({});
 }
@@ -127,15 +129,21 @@ void World::applyToMachine(Event const& event) {
    } else if (event.kind == Kind::configReady) {
       config_->readyIs(true);
    } else if (event.kind == Kind::initialize) {
+      record([](auto& to) { to.noteInitialized(true); });
       sm_->initializedIs(true);
    } else if (event.kind == Kind::uninitialize) {
+      record([](auto& to) { to.noteInitialized(false); });
       sm_->initializedIs(false);
    } else if (event.kind == Kind::stopKeepingHardware || event.kind == Kind::stop) {
-      sm_->disableCleanupOnRestartIs(event.kind == Kind::stopKeepingHardware);
+      bool const keep = event.kind == Kind::stopKeepingHardware;
+      record([&](auto& to) { to.noteCleanupDisabled(keep), to.noteDrop(); });
+      sm_->disableCleanupOnRestartIs(keep);
       sm_ = nullptr;
    } else if (event.kind == Kind::reviewInterval) {
+      record([&](auto& to) { to.noteReviewInterval(event.seconds()); });
       sm_->reviewIntervalIs(event.seconds());
    } else if (event.kind == Kind::reviewBudget) {
+      record([&](auto& to) { to.noteReviewQuanta(event.seconds()); });
       sm_->reviewQuantaIs(event.seconds());
    } else if (event.kind == Kind::verify) {
       // Each change of the request is a request.
@@ -150,7 +158,12 @@ void World::applyToMachine(Event const& event) {
 void World::build() {
    status_ = Mdl::allocate<Tunnel::Decap::Hardware::Status>();
    hardware_->holdOver();
-   sm_ = Fwd::fwdDecapGroupSmFactory(acsd_, config_, status_, ip_, ip6_, time_.clock(), hardware_);
+   Mdl::Ptr<Fwd::FwdDecapGroupSmHelper> hook = hardware_;
+   record([&](auto& to) {
+      to.noteBuild({config_, status_, ip_, ip6_, verifyData_, time_.clock()});
+      hook = to.hook(hardware_);
+   });
+   sm_ = Fwd::fwdDecapGroupSmFactory(acsd_, config_, status_, ip_, ip6_, time_.clock(), hook);
 }
 
 void World::applyToHardware(Event const& event) {
@@ -217,19 +230,21 @@ void World::applyToEntries(Event const& event) {
    } else if (event.kind == Kind::entryRemove) {
       group->decapIntfDel(key);
    } else if (event.kind == Kind::entryAgain) {
+      record([&](auto& to) { to.noteEntry(group->name(), key); });
       sm_->mdlDecapGroup(group->name())->handleUpdateIntf(key);
    } else if (event.kind == Kind::excludeSet) {
       group->decapExcludeIntfSetIs(excludeSet(event.family, event.interfaces()));
    } else if (event.kind == Kind::excludeRemove) {
       group->decapExcludeIntfSetDel(all);
    } else {
+      record([&](auto& to) { to.noteExcludeSet(group->name(), all); });
       sm_->mdlDecapGroup(group->name())->handleUpdateExcludeIntf(all);
    }
 }
 
 void World::applyToConfig(Event const& event, Scene const& scene) {
-   if (event.kind == Kind::configAway) return sm_->mdlDgConfig()->notifierIs(nullptr);
-   if (event.kind == Kind::configBack) return sm_->mdlDgConfig()->notifierIs(config_);
+   if (event.kind == Kind::configAway) return pointAtConfig(nullptr);
+   if (event.kind == Kind::configBack) return pointAtConfig(config_);
    auto const next = Mdl::allocate<Config>();
    for (std::uint8_t group = 0; group < groupCount; ++group) {
       if (event.fate(group) == Event::Fate::replaced) {
@@ -239,7 +254,12 @@ void World::applyToConfig(Event const& event, Scene const& scene) {
    }
    next->readyIs(true);
    config_ = next;
-   if (sm_) sm_->mdlDgConfig()->notifierIs(next);
+   if (sm_) pointAtConfig(next);
+}
+
+void World::pointAtConfig(Mdl::Ptr<Config> const& config) {
+   record([&](auto& to) { to.noteConfig(config); });
+   sm_->mdlDgConfig()->notifierIs(config);
 }
 
 void World::applyToIp(Event const& event, Scene const& scene) {
@@ -250,7 +270,9 @@ void World::applyToIp(Event const& event, Scene const& scene) {
       ip_->ipIntfStatusIs(intf);
    } else if (event.kind == Kind::ipAgain) {
       ip_->ipIntfStatusIs(intf);
-      if (sm_) sm_->ipIntfStatusIs(intf);
+      if (!sm_) return;
+      record([&](auto& to) { to.noteIntfStatus(intf); });
+      sm_->ipIntfStatusIs(intf);
    } else if (event.kind == Kind::ipRemove) {
       ip_->ipIntfStatusDel(intf->intfId());
       intf = nullptr;
@@ -259,6 +281,7 @@ void World::applyToIp(Event const& event, Scene const& scene) {
    } else if (event.kind == Kind::ipVirtual) {
       intf->virtualAddrIs(event.flag());
    } else if (event.kind == Kind::ipVrf) {
+      record([&](auto& to) { to.noteVrf(intf, vrfOf(event.intfVrf())); });
       intf->vrfIs(vrfOf(event.intfVrf()));
    } else if (event.kind == Kind::ipSecondaryAdd) {
       intf->activeSecondaryWithMaskIs(ipAddrOf(event.addr()));
@@ -278,6 +301,7 @@ void World::applyToIp6(Event const& event, Scene const& scene) {
       ip6_->intfDel(intf->intfId());
       intf = nullptr;
    } else if (event.kind == Kind::ip6Vrf) {
+      record([&](auto& to) { to.noteVrf(intf, vrfOf(event.intfVrf())); });
       intf->vrfIs(vrfOf(event.intfVrf()));
    } else if (event.kind == Kind::ip6AddrAdd) {
       intf->addrIs(ip6AddrOf(event.addr()), {});
@@ -294,7 +318,9 @@ void World::replaceIp(Event const& event, Scene const& scene) {
       if (ipIntf_[intf]) next->ipIntfStatusIs(ipIntf_[intf]);
    }
    ip_ = next;
-   if (sm_) sm_->mdlIpStatus()->notifierIs(next);
+   if (!sm_) return;
+   record([&](auto& to) { to.noteIp(next); });
+   sm_->mdlIpStatus()->notifierIs(next);
 }
 
 void World::replaceIp6(Event const& event, Scene const& scene) {
@@ -307,7 +333,9 @@ void World::replaceIp6(Event const& event, Scene const& scene) {
       if (ip6Intf_[intf]) next->intfIs(ip6Intf_[intf]);
    }
    ip6_ = next;
-   if (sm_) sm_->mdlIp6Status()->notifierIs(next);
+   if (!sm_) return;
+   record([&](auto& to) { to.noteIp6(next); });
+   sm_->mdlIp6Status()->notifierIs(next);
 }
 
 }  // namespace Oracle

@@ -5,6 +5,7 @@
 #include "oracle/Books.h"
 #include "oracle/Scene.h"
 #include "oracle/Wanted.h"
+#include "platform/journal/Recorder.h"
 #include "platform/sim/SimHelper.h"
 #include "platform/sim/SimTime.h"
 
@@ -20,7 +21,8 @@ class World {
  public:
    using Observer = std::function<void(Sim::Call const&, Mdl::Seconds now)>;
 
-   explicit World(Observer observer);
+   /// `recorder` writes down what the machine is told and does, null for nobody; it outlives this.
+   World(Observer observer, Journal::Recorder* recorder);
    World(World const&) = delete;
    World& operator=(World const&) = delete;
    ~World();
@@ -43,6 +45,7 @@ class World {
    void applyToGroup(Event const& event, Scene const& scene);
    void applyToEntries(Event const& event);
    void applyToConfig(Event const& event, Scene const& scene);
+   void pointAtConfig(Mdl::Ptr<Config> const& config);
    void applyToIp(Event const& event, Scene const& scene);
    void applyToIp6(Event const& event, Scene const& scene);
    void replaceIp(Event const& event, Scene const& scene);
@@ -50,7 +53,13 @@ class World {
    static Mdl::Ptr<DecapGroup> newGroup(std::uint8_t group, Group const& content);
    void lookAtMachine(Found& found) const;
 
+   template <class Note>
+   void record(Note const& note) const {
+      if (recorder_ != nullptr) note(*recorder_);
+   }
+
    Sim::SimTime time_;
+   Journal::Recorder* const recorder_;
    Mdl::Ptr<Config> config_;
    Mdl::Ptr<Tunnel::Decap::Hardware::Status> status_;
    Mdl::Ptr<Ip::Status> ip_;
