@@ -175,6 +175,8 @@ ExitCode run(RunOptions const& options, std::ostream& out, std::ostream& err) tr
       printText(out, options, report, result);
    }
    for (Unmet const& unmet : result.unmet) printUnmet(err, options.scenario, unmet);
+   // The journal has the machine's end, too.
+   if (journal.recorder() != nullptr) world.stop(options.keepHardware);
    bool const journaled = journal.close(err);
    if (!closed || !journaled) return ExitCode::failure;
    return result.unmet.empty() ? ExitCode::ok : ExitCode::unmet;

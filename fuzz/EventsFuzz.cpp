@@ -11,7 +11,7 @@ using Oracle::Event;
 using Oracle::Kind;
 
 constexpr std::size_t bytesOfEvent = 6;
-constexpr std::size_t mostEvents = 400;
+constexpr std::size_t mostEvents = 150;
 
 Event eventOf(std::uint8_t const* bytes) {
    constexpr auto kinds = static_cast<unsigned>(Kind::ip6Replace) + 1;

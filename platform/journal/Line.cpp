@@ -1,8 +1,7 @@
 #include "platform/journal/Line.h"
 
-#include <array>
+#include <algorithm>
 #include <charconv>
-#include <limits>
 
 namespace Journal {
 
@@ -66,11 +65,13 @@ Mdl::Seconds Line::seconds(std::size_t index) const {
    return item(index).get<double>();
 }
 
-std::uint32_t Line::number(std::size_t index) const {
-   bool const fits = item(index).is_number_unsigned() &&
-                     item(index).get<std::uint64_t>() <= std::numeric_limits<std::uint32_t>::max();
-   if (!fits) fail("item " + std::to_string(index) + " is no number");
-   return item(index).get<std::uint32_t>();
+std::uint32_t Line::number(std::size_t index, std::uint32_t greatest) const {
+   if (!item(index).is_number_unsigned()) fail("item " + std::to_string(index) + " is no number");
+   auto const value = item(index).get<std::uint64_t>();
+   if (value > greatest) {
+      fail("item " + std::to_string(index) + " is greater than " + std::to_string(greatest));
+   }
+   return static_cast<std::uint32_t>(value);
 }
 
 bool Line::flag(std::size_t index) const {

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -59,7 +60,10 @@ class Line {
    bool is(std::size_t index, std::string_view word) const;
 
    Mdl::Seconds seconds(std::size_t index) const;
-   std::uint32_t number(std::size_t index) const;
+   std::uint32_t number(std::size_t index) const {
+      return number(index, std::numeric_limits<std::uint32_t>::max());
+   }
+   std::uint32_t number(std::size_t index, std::uint32_t greatest) const;
    bool flag(std::size_t index) const;
    std::string word(std::size_t index) const;
    Mdl::String name(std::size_t index) const { return nameOf(item(index)); }
@@ -71,7 +75,7 @@ class Line {
    }
    template <Mdl::RegisteredEnum E>
    E enumerator(std::size_t index) const {
-      if (item(index).is_number_unsigned()) return static_cast<E>(item(index).get<std::uint8_t>());
+      if (item(index).is_number()) return static_cast<E>(number(index, 255));
       auto const value = Mdl::enumFromName<E>(word(index));
       if (!value) fail("no " + std::string(Mdl::enumDescriptor<E>().typeName) + " is so called");
       return *value;

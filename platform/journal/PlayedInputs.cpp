@@ -148,7 +148,7 @@ void Player::actOnGroup(Line const& line) {
    if (line.is(3, "tunnelType")) {
       group->tunnelTypeIs(line.enumerator<Tunnel::Decap::TunnelType>(4));
    } else if (line.is(3, "destPort")) {
-      group->destPortIs(static_cast<std::uint16_t>(line.number(4)));
+      group->destPortIs(static_cast<std::uint16_t>(line.number(4, 65535)));
    } else if (line.is(3, "payloadType")) {
       group->payloadTypeIs(line.enumerator<Tunnel::Decap::PayloadType>(4));
    } else if (line.is(3, "forwardingVrf")) {

@@ -106,6 +106,7 @@ void Player::step() {
    Line const line = nextLine();
    if (!line.isTimed() || line.is(1, "answer") || line.is(1, "call")) {
       if (!line.is(0, "end")) return differs({});
+      done_ = next() + 1;
       outcome_.complete = true;
       return recorder_->close();
    }

@@ -32,7 +32,7 @@ class AddressRowsOfAWorld : public testing::Test {
    }
    Interface givenInterface(char const* name, char const* primary, char const* vrf = "default") {
       Interface const interface = world.interfaceFor(Pkt::IntfId(name));
-      interface.vrfIs(L3::VrfName(Mdl::String(vrf)));
+      world.vrfIs(interface, L3::VrfName(Mdl::String(vrf)));
       if (primary != nullptr) interface.ip->addrWithMaskIs(Pkt::IpAddrWithMask::fromText(primary));
       world.interfaceIs(interface);
       return interface;
@@ -156,7 +156,7 @@ TEST_F(AddressRowsOfAWorld, WhatAnInterfaceLeftBehindWhenItMoved) {
    givenEntry("core", Pkt::emptyIntfId, AddressType::primary);
    Interface const interface = givenInterface("Ethernet1", "10.0.0.1/24");
    world.start();
-   interface.vrfIs(L3::VrfName(Mdl::String("red")));
+   world.vrfIs(interface, L3::VrfName(Mdl::String("red")));
    thenRows({"Ethernet1 primary 10.0.0.1/24 [core] leftOver",
              "Ethernet1 primary 10.0.0.1/24 [] otherVrf"});
    interface.ip->addrWithMaskIs(Pkt::IpAddrWithMask::fromText("10.0.0.2/24"));

@@ -1,7 +1,9 @@
 // Plays every scenario of tests/scenarios and compares its output, line by line, with the expected
 // one beside it. Nothing here writes; see tests/scenarios/rebaseline.
 
+#include "agent/ReplayCommand.h"
 #include "agent/RunCommand.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -47,6 +49,22 @@ TEST_P(ScenarioGolden, PlaysAsExpected) {
    EXPECT_EQ(out.str(), content((folder / GetParam()).string() + ".out"));
    EXPECT_EQ(err.str(), "");
    EXPECT_EQ(code, ExitCode::ok);
+}
+
+TEST_P(ScenarioGolden, HappensAgainWhenItsJournalIsReplayed) {
+   Support::TempFolder const temporary;
+   RunOptions options;
+   options.scenario = (folder / GetParam()).string() + ".scn";
+   options.traceLevel = 31;
+   options.journal = temporary.path("run.journal");
+   std::ostringstream out;
+   std::ostringstream err;
+   EXPECT_EQ(run(options, out, err), ExitCode::ok) << err.str();
+   std::ostringstream replayed;
+   EXPECT_EQ(replay({options.journal, -1, false}, replayed, err), ExitCode::ok) << replayed.str();
+   EXPECT_TRUE(replayed.str().starts_with("The same throughout: ")) << replayed.str();
+   EXPECT_EQ(replayed.str().find("cut off"), std::string::npos) << replayed.str();
+   EXPECT_EQ(err.str(), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, ScenarioGolden, testing::ValuesIn(filesWith(".scn")),
