@@ -51,7 +51,7 @@ TEST_F(Replaying, SaysThatTheMachineDidTheSame) {
    givenJournal();
    EXPECT_EQ(call({"replay", journal.c_str()}), 0);
    EXPECT_EQ(out.str(),
-             "The same throughout: 41 lines with 20 inputs, 8 hook calls, 2 log messages "
+             "The same throughout: 47 lines with 25 inputs, 8 hook calls, 2 log messages "
              "and 0 traces\n");
    EXPECT_EQ(err.str(), "");
 }
@@ -130,7 +130,7 @@ TEST_F(Replaying, OfAProgramThatWasKilledComesToTheSamePlace) {
    ASSERT_EQ(end.code, -SIGKILL) << end.err;
    EXPECT_EQ(call({"replay", journal.c_str()}), 0);
    EXPECT_TRUE(
-       out.str().ends_with("3 hook calls, 1 log message and 0 traces\n"
+       out.str().ends_with("4 hook calls, 1 log message and 0 traces\n"
                            "The journal has no end: its recording was cut off\n"))
        << out.str();
 }
