@@ -112,8 +112,8 @@ TEST(ScenarioError, OfTimeAndLooks) {
              "summary, "
              "found \"me\"");
    EXPECT_EQ(errorOf("machine begin"),
-             "s.scn:1:9: expected one of start, build, config-ready, initialized, stop, kill, "
-             "review-interval, review-budget, found \"begin\"");
+             "s.scn:1:9: expected one of start, build, config-ready, initialized, not-initialized, "
+             "stop, kill, review-interval, review-budget, found \"begin\"");
    EXPECT_EQ(errorOf("machine kill"), "s.scn:1:13: expected in, found the end of the line");
    EXPECT_EQ(errorOf("machine kill in call x"),
              "s.scn:1:22: expected the number of a call, a whole number from 0 to 4294967295, "

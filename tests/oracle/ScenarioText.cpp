@@ -135,6 +135,8 @@ void ScenarioText::addToMachine(Event const& event, bool isReady) {
       line("machine config-ready");
    } else if (event.kind == Kind::initialize) {
       line("machine initialized");
+   } else if (event.kind == Kind::uninitialize) {
+      line("machine not-initialized");
    } else if (event.kind == Kind::stop) {
       line("machine stop");
    } else if (event.kind == Kind::stopKeepingHardware) {

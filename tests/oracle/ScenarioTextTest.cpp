@@ -91,9 +91,8 @@ std::string linesOf(Event const& event, Events const& before = {}) {
 }
 
 TEST(ScenarioText, SaysSoWhereTheLanguageHasNoWord) {
-   EXPECT_EQ(
-       linesOf({.kind = Kind::uninitialize}, {{.kind = Kind::build}, {.kind = Kind::initialize}}),
-       "# no word for it here: machine not initialized any more\n");
+   EXPECT_EQ(linesOf({.kind = Kind::configAway}, {{.kind = Kind::build}}),
+             "# no word for it here: configuration taken away\n");
 }
 
 TEST(ScenarioText, ComesAsNearAsItCan) {
