@@ -138,6 +138,11 @@ class Source:
         name = f'{self.file}:{line}:{start - self.text.rfind(chr(10), 0, start)} {what}'
         self.found.append(Mutant(name, room_of(self.file), what, [hunk], begin))
 
+    def template_argument(self, at):
+        before, token, after = self.tokens[at - 1:at + 2]
+        return (before.text == '<' and before.end == token.start
+                or after.text == '>' and after.start == token.end)
+
     def spaced(self, at):
         token = self.tokens[at]
         return (0 < at < len(self.tokens) - 1 and self.tokens[at - 1].end < token.start
@@ -171,7 +176,7 @@ class Source:
             other = 'false' if token.text == 'true' else 'true'
             if token.zone == 'code' or self.text_at(at - 1) in ('=', '{', ',', '('):
                 self.add(f'{token.text} becomes {other}', token.start, token.end, other)
-        if token.kind != 'number' or self.text_at(at + 1) == '>' or self.text_at(at - 1) == '<':
+        if token.kind != 'number' or self.template_argument(at):
             return
         pure = token.text == '0' and self.text_at(at - 1) == '=' and self.text_at(at + 1) == ';'
         if pure and self.text_at(at - 2) in (')', 'const', 'noexcept', 'override'):
