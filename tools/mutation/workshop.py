@@ -44,6 +44,7 @@ class Workshop:
         self.source = pathlib.Path(source)
         self.tree = pathlib.Path(folder).resolve() / 'tree'
         self.build = pathlib.Path(folder).resolve() / 'build'
+        self.kept = pathlib.Path(folder).resolve() / 'kept'
         self.headers = pathlib.Path(folder).resolve() / 'headers.h'
         self.jobs = jobs
         self.seconds = {}  # how long each program takes when nothing is wrong
@@ -100,6 +101,7 @@ class Workshop:
                 raise Unusable(f'{program}_tests fails without any bug put in: {caught}')
             self.seconds[program] = time.monotonic() - begin
         self.read_includes()
+        self.keep()
 
     def need(self, command, complaint):
         done = subprocess.run(command, cwd=self.tree, text=True, stdout=subprocess.PIPE,
@@ -112,6 +114,33 @@ class Workshop:
         done = subprocess.run(['ninja', '-C', str(self.build), '-j', str(self.jobs), *targets],
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
         return done.returncode == 0
+
+    def made(self):
+        """What the build has made: objects, libraries, programs."""
+        for path in self.build.rglob('*'):
+            if path.suffix == '.o' or path.parent.name in ('bin', 'lib'):
+                if path.is_file() and not path.is_symlink():
+                    yield path
+
+    def keep(self):
+        """Keeps what has been made from the copy as it is."""
+        shutil.rmtree(self.kept, ignore_errors=True)
+        for path in self.made():
+            target = self.kept / path.relative_to(self.build)
+            target.parent.mkdir(parents=True, exist_ok=True)
+            os.link(path, target)
+
+    def put_back(self, times):
+        """After a bug: sources, and all that was made with it. With their old times, so that
+        nothing is built again."""
+        for file, when in times.items():
+            (self.tree / file).write_text(self.text(file))
+            os.utime(self.tree / file, ns=when)
+        for path in list(self.made()):
+            kept = self.kept / path.relative_to(self.build)
+            if kept.exists() and not kept.samefile(path):
+                path.unlink()
+                os.link(kept, path)
 
     # ---- who includes what ----------------------------------------------------------------------
 
@@ -166,13 +195,15 @@ class Workshop:
         Near are the tests of the layer that the bug is in; with `far` the other programs are run.
         """
         texts = mutants.mutated(mutant, self.text)
+        times = {}
         try:
             for file, text in texts.items():
+                was = (self.tree / file).stat()
+                times[file] = (was.st_atime_ns, was.st_mtime_ns)
                 (self.tree / file).write_text(text)
             return self.try_far(mutant) if far else self.try_near(mutant)
         finally:
-            for file in texts:
-                (self.tree / file).write_text(self.text(file))
+            self.put_back(times)
 
     def try_near(self, mutant):
         program = layer(mutant)
