@@ -163,4 +163,18 @@ TEST_F(Audit, FindingsReadAsOneLineThatNamesTheKey) {
              "'payloadType': ip, 'forwardingVrf': 'default'}) held 2 counted 3");
 }
 
+TEST_F(Audit, EachKindOfFindingHasItsWords) {
+   auto const words = [](Kind kind) {
+      std::ostringstream text;
+      text << AuditFinding{kind, Fwd::DecapKey()};
+      return text.str().substr(0, text.str().find(':'));
+   };
+   EXPECT_EQ(words(Kind::waitingUncounted), "waits, but nobody counts it");
+   EXPECT_EQ(words(Kind::ownerWithoutKey),
+             "VRF owns a destination for which it has no key in hardware");
+   EXPECT_EQ(words(Kind::missingInHardware), "accepted, but not in hardware");
+   EXPECT_EQ(words(Kind::unwantedInHardware), "in hardware, but nobody counts it");
+   EXPECT_EQ(words(Kind::waitingInHardware), "in hardware, but waits to be programmed");
+}
+
 }  // namespace

@@ -188,4 +188,12 @@ TEST_F(DecapIp, SecondVrfWaitsUntilTheFirstLeaves) {
    thenBacklog({});
 }
 
+TEST_F(DecapIp, OfLengthZeroKeepsNoKeyOfAnother) {
+   givenRunningGroup();
+   whenDecapIpAdded("red", "0.0.0.0/0");
+   whenDecapIpAdded("red", "10.1.0.0/16");
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   thenHardware({"udp (no destination) port 6080 payload ip vrf default"});
+}
+
 }  // namespace

@@ -271,4 +271,16 @@ TEST_F(GroupRegistry, ADeletedReactorThatIsRevivedNoLongerReachesTheMachine) {
    thenCounts({});
 }
 
+TEST_F(GroupRegistry, TellsOfGroupsThatComeAndGo) {
+   givenRunning();
+   auto const changes = Support::ChangeLog::of(sm);
+   auto const changesOfRegistry = [&] {
+      return std::ranges::count(changes->changes(), Mdl::AttributeId{Fwd::memberId::mdlDecapGroup});
+   };
+   givenGroup("red");
+   EXPECT_EQ(changesOfRegistry(), 1);
+   whenGroupRemoved("red");
+   EXPECT_EQ(changesOfRegistry(), 2);
+}
+
 }  // namespace

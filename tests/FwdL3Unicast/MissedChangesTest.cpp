@@ -40,6 +40,25 @@ TEST_F(MissedChanges, APrefixThatGoesTakesItsOldKeyAlong) {
    thenCalls({});
 }
 
+TEST_F(MissedChanges, APrefixOfAGroupThatCameLaterTakesItsOldKeyAlong) {
+   givenRunning();
+   givenGroup("red");
+   whenDecapIpAdded("red", "10.1.0.0/16");
+   whenThePortChangesUnheard();
+   whenDecapIpRemoved("red", "10.1.0.0/16");
+   thenHardware({});
+   thenCounts({});
+}
+
+TEST_F(MissedChanges, OnlyAddressesThatGaveAKeyAreFound) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1");
+   givenRunning();
+   whenThePortChangesUnheard();
+   EXPECT_TRUE(reactor("red")->hasKeyOf(prefix("10.0.0.1/32")));
+   EXPECT_FALSE(reactor("red")->hasKeyOf(prefix("10.0.0.2/32")));
+}
+
 TEST_F(MissedChanges, APrefixThatComesHasTheNewValues) {
    whenDecapIpAdded("red", "10.1.0.0/16");
    givenRunning();

@@ -271,4 +271,18 @@ TEST_F(ReentrantProgram, WithoutCleanUpTheLastPointerLeavesHardwareAsItIs) {
    thenHardware({entry("10.1.0.0/16")});
 }
 
+// Both were asked for while the destination was free. Hardware must not have two owners of it.
+TEST_F(ReentrantProgram, AnotherVrfTakesTheDestination) {
+   groupNamed("blue").forwardingVrfIs(vrf("blue"));
+   during(1, [&] { whenDecapIpAdded("blue", "10.1.0.0/16"); });
+   whenDecapIpAdded("red", "10.1.0.0/16");
+   thenHardware({entry("10.1.0.0/16", "blue")});
+   thenBacklog({entry("10.1.0.0/16")});
+   thenOwners({"udp 10.1.0.0/16 -> blue"});
+   thenBooksAgree();
+   whenDecapIpRemoved("blue", "10.1.0.0/16");
+   whenTimePasses(1.0);
+   thenOnly({entry("10.1.0.0/16")});
+}
+
 }  // namespace

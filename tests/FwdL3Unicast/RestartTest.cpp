@@ -131,4 +131,12 @@ TEST_F(Restart, TheNextMachineTakesHardwareOverWithoutARewrite) {
                "udp 10.3.0.0/16 -> default", "udp 10.2.0.0/16 -> green"});
 }
 
+TEST_F(Restart, LeavesTheKeysOfInterfacesThatGo) {
+   givenAllRunning();
+   sm->disableCleanupOnRestartIs(true);
+   whenInterfaceRemoved("Ethernet1");
+   whenInterface6Removed("Ethernet1");
+   thenHardwareIsAsItWas();
+}
+
 }  // namespace

@@ -244,4 +244,17 @@ TEST_F(Verification, ChangesNothing) {
    EXPECT_TRUE(reactor("red")->decapKeyFromIp(missing));
 }
 
+// Nothing is programmed without a hook, but a machine can be asked all the same.
+TEST_F(Verification, WithoutAHookLooksAtTheKeysAlone) {
+   hardware = nullptr;
+   givenMachine();
+   sm->initializedIs(true);
+   sm->hasNotificationActiveIs(false);
+   config->readyIs(true);
+   auto const missing = key("10.1.0.0/16");
+   reactor("red")->decapKeyFromIpIs(missing, true);
+   sm->handleVerify();
+   thenReports({prefixReport(missing)});
+}
+
 }  // namespace

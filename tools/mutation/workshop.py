@@ -18,7 +18,8 @@ from . import mutant as mutants
 SETTINGS = '''
 set(CMAKE_CXX_FLAGS_DEBUG "-O0")
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
-add_compile_options(-fPIC -w "SHELL:-include-pch {headers}")
+add_compile_options(-fPIC -w {flags} "SHELL:-include-pch {headers}")
+add_link_options({links})
 '''
 
 # Compiled once. No header of the project: those are what is mutated.
@@ -27,6 +28,7 @@ HEADERS = '''algorithm array atomic bit chrono compare concepts cstdarg cstddef 
     memory new numeric optional ostream random ranges set span sstream stdexcept string string_view
     tuple type_traits unordered_map unordered_set utility variant vector gtest/gtest.h'''.split()
 
+LAYERS = ('model', 'FwdL3Unicast')
 PROGRAMS = ('model', 'FwdL3Unicast', 'faults', 'oracle', 'restart', 'agent', 'platform')
 
 # Large generated tests take this share: what they find late, others find early.
@@ -42,6 +44,9 @@ class Workshop:
 
     def __init__(self, source, folder, jobs):
         self.source = pathlib.Path(source)
+        self.flags, self.links, self.programs = [], [], PROGRAMS
+        self.environment = {}
+        self.memory = 6 << 30  # of a test program
         self.tree = pathlib.Path(folder).resolve() / 'tree'
         self.build = pathlib.Path(folder).resolve() / 'build'
         self.kept = pathlib.Path(folder).resolve() / 'kept'
@@ -83,18 +88,21 @@ class Workshop:
         if not compiled.exists() or self.headers.read_text() != text:
             self.headers.write_text(text)
             self.need(['clang++', '-std=c++20', '-O0', '-fPIC', '-fvisibility=hidden',
-                       '-fvisibility-inlines-hidden', '-D_GLIBCXX_ASSERTIONS', '-w',
+                       '-fvisibility-inlines-hidden', '-D_GLIBCXX_ASSERTIONS', '-w', *self.flags,
                        '-fpch-instantiate-templates', '-x', 'c++-header', str(self.headers), '-o',
                        str(compiled)], 'the common headers do not compile')
         settings = self.build / 'settings.cmake'
-        settings.write_text(SETTINGS.format(headers=compiled))
+        settings.write_text(SETTINGS.format(
+            headers=compiled, flags=' '.join(self.flags), links=' '.join(self.links)))
         # Of a compiler cache nothing is gained: each mutant is new.
         self.need(['cmake', '-G', 'Ninja', '-S', str(self.tree), '-B', str(self.build),
                    '-DCMAKE_BUILD_TYPE=Debug', '-DCMAKE_CXX_COMPILER=clang++',
                    '-DCMAKE_CXX_COMPILER_LAUNCHER=env', '-DDECAP_BENCH=OFF',
                    f'-DCMAKE_PROJECT_INCLUDE={settings}'], 'cannot be configured')
-        self.need(['ninja', '-C', str(self.build), '-j', str(self.jobs)], 'does not build')
-        for program in PROGRAMS:
+        targets = [f'{program}_tests' for program in self.programs]
+        self.need(['ninja', '-C', str(self.build), '-j', str(self.jobs), *targets],
+                  'does not build')
+        for program in self.programs:
             begin = time.monotonic()
             caught = self.run(self.build / 'bin' / f'{program}_tests', 300)
             if caught:
@@ -247,14 +255,14 @@ class Workshop:
         """Runs a test program, in shares at once. Says what failed first, or ''."""
         processes = []
         for index in range(self.jobs):
-            environment = dict(os.environ, GTEST_TOTAL_SHARDS=str(self.jobs),
+            environment = dict(os.environ, **self.environment, GTEST_TOTAL_SHARDS=str(self.jobs),
                                GTEST_SHARD_INDEX=str(index), GTEST_FAIL_FAST='1',
                                DECAP_TEST_SHARE=SHARE)
             log = open(self.build / f'share{index}.log', 'w+', errors='replace')
             processes.append((subprocess.Popen(
                 [str(program)], cwd=self.tree, env=environment, stdin=subprocess.DEVNULL,
                 stdout=log, stderr=subprocess.STDOUT, start_new_session=True,
-                preexec_fn=restrain), log))
+                preexec_fn=self.restrain), log))
         deadline = time.monotonic() + seconds
         caught, running = '', list(processes)
         while running and not caught:
@@ -273,6 +281,12 @@ class Workshop:
             log.close()
         return caught
 
+    def restrain(self):
+        """For a test program with a bug in it: no dumps, no memory without end."""
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        if self.memory:
+            resource.setrlimit(resource.RLIMIT_AS, (self.memory, self.memory))
+
     @staticmethod
     def verdict(program, code, log):
         log.seek(0)
@@ -285,15 +299,33 @@ class Workshop:
         return f'{program}: {how} in {begun[-1] if begun else "its beginning"}'
 
 
+class SanitizedWorkshop(Workshop):
+    """For what all test programs have let pass: the tests of a bug's layer under the address and
+    undefined behaviour sanitizers, which see a leak and a byte too far."""
+
+    def __init__(self, source, folder, jobs):
+        super().__init__(source, folder, jobs)
+        sanitizers = ['-fsanitize=address,undefined', '-fno-sanitize-recover=all']
+        self.flags = [*sanitizers, '-fno-omit-frame-pointer']
+        # One runtime for program and libraries, as these are linked without leaving anything open.
+        self.links = [*sanitizers, '-shared-libsan']
+        self.programs = LAYERS
+        runtime = subprocess.run(['clang++', '-print-runtime-dir'], text=True, check=True,
+                                 stdout=subprocess.PIPE).stdout.strip()
+        self.environment = {'LD_LIBRARY_PATH': runtime, 'ASAN_OPTIONS': 'hard_rss_limit_mb=6000'}
+        self.memory = 0  # address space is what this sanitizer takes most of
+
+    def try_near(self, mutant):
+        program = layer(mutant)
+        if not self.make('model', 'FwdL3Unicast', f'{program}_tests'):
+            return 'invalid'
+        caught = self.test(program)
+        return f'sanitized {caught}' if caught else ''
+
+
 def layer(mutant):
     """The program whose tests are for the place of the bug."""
     return mutant.files[0].split('/')[0]
-
-
-def restrain():
-    """For a test program with a bug in it: no dumps, no memory without end."""
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-    resource.setrlimit(resource.RLIMIT_AS, (6 << 30, 6 << 30))
 
 
 def stop(process):
