@@ -31,6 +31,9 @@ HEADERS = '''algorithm array atomic bit chrono compare concepts cstdarg cstddef 
 LAYERS = ('model', 'FwdL3Unicast')
 PROGRAMS = ('model', 'FwdL3Unicast', 'faults', 'oracle', 'restart', 'agent', 'platform')
 
+# So many tests are built first for a header that many include.
+NEAR = 8
+
 # Large generated tests take this share: what they find late, others find early.
 SHARE = '40'
 
@@ -164,7 +167,16 @@ class Workshop:
                         self.includes.setdefault(header, set()).add(file)
 
     def near_tests(self, header, program):
-        """The tests of a program that include a header with the fewest steps between."""
+        """Some tests of a program that include a header with the fewest steps between: those that
+        have its name, and others from all over."""
+        tests = self.including_tests(header, program)
+        stem = pathlib.Path(header).stem.removesuffix('Impl')
+        named = [test for test in tests if pathlib.Path(test).stem.startswith(stem)]
+        others = [test for test in tests if test not in named]
+        step = max(1, len(others) // max(1, NEAR - len(named)))
+        return named + others[::step]
+
+    def including_tests(self, header, program):
         seen, level = {header}, {header}
         while level:
             level = {file for one in level for file in self.includes.get(one, ())} - seen
