@@ -177,4 +177,10 @@ TEST_F(Audit, EachKindOfFindingHasItsWords) {
    EXPECT_EQ(words(Kind::waitingInHardware), "in hardware, but waits to be programmed");
 }
 
+TEST_F(Audit, OnlyCountsThatDifferAreGivenAsNumbers) {
+   AuditFinding const finding{Kind::waitingUncounted, shared};
+   EXPECT_EQ(finding.held, 0u);
+   EXPECT_EQ(finding.counted, 0u);
+}
+
 }  // namespace

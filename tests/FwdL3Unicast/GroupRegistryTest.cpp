@@ -283,4 +283,14 @@ TEST_F(GroupRegistry, TellsOfGroupsThatComeAndGo) {
    EXPECT_EQ(changesOfRegistry(), 2);
 }
 
+TEST_F(GroupRegistry, GivenTheSameGroupAgainLeavesAReactorAtRest) {
+   givenRunningGroup();
+   reactor("red")->mdlDoZombieReactors(true);
+   forgetSoFar();
+   sm->decapGroupIs(reactor("red")->group());
+   EXPECT_TRUE(reactor("red")->isMarkedForDeletion());
+   EXPECT_FALSE(reactor("red")->hasNotificationActive());
+   thenCalls({});
+}
+
 }  // namespace

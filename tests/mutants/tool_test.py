@@ -163,6 +163,13 @@ class Files(unittest.TestCase):
         for each in written:
             mutant.mutated(each, lambda file: (top / file).read_text())
 
+    def test_the_equivalents_are_changes_that_can_be_made(self):
+        top = pathlib.Path(__file__).resolve().parents[2]
+        for known in mutant.equivalents(top / 'tests/mutants/equivalent.txt'):
+            file = known.hunk.file
+            made = mechanical.mutants_of(file, (top / file).read_text())
+            self.assertTrue(any(known.covers(each.hunks[0]) for each in made), known.hunk)
+
     def test_the_table_counts_by_room(self):
         results = [{'room': 'a', 'verdict': verdict}
                    for verdict in ('caught', 'caught', 'caught', 'survived', 'equivalent')]

@@ -76,6 +76,18 @@ TEST_P(CollectionLifetime, AReplacedValueDiesWhenTheNewOneIsThere) {
    wills->checkInvariants();
 }
 
+TEST(CollectionLifetimeOfAValue, AReplacedOneFindsTheNewOneInItsPlace) {
+   struct Numbered {
+      int number = 0;
+      LastWill will;
+   };
+   Mdl::Collection<int, Numbered> values;
+   int found = 0;
+   values.insertOrAssign(4, {1, LastWill([&] { found = values.find(4)->number; })});
+   values.insertOrAssign(4, {2, LastWill()});
+   EXPECT_EQ(found, 2);
+}
+
 TEST_P(CollectionLifetime, AReplacedValueMayDestroyTheCollection) {
    givenTheWillOf4([&] { wills.reset(); });
    EXPECT_EQ(wills->insertOrAssign(4, LastWill()), Mdl::Change::assigned);
