@@ -37,8 +37,7 @@ class FaultReachesCaller : public InterfaceFixture {
 TEST_F(FaultReachesCaller, OfAnEntryForAnInterface) {
    thenAFaultInProgrammingReaches([&] { whenDecapIntfAdded("g", "Ethernet1"); });
    thenAFaultInRemovalReaches([&] { whenDecapIntfRemoved("g", "Ethernet1"); });
-   thenAFaultInProgrammingReaches(
-       [&] { whenDecapIntfAdded("g", "Ethernet1", primaryOnly, ipv6); });
+   thenAFaultInProgrammingReaches([&] { whenDecapIntfAdded("g", "Ethernet1", primaryOnly, ipv6); });
    thenAFaultInRemovalReaches([&] { whenDecapIntfRemoved("g", "Ethernet1", ipv6); });
 }
 

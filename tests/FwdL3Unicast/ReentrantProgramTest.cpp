@@ -285,4 +285,27 @@ TEST_F(ReentrantProgram, AnotherVrfTakesTheDestination) {
    thenOnly({entry("10.1.0.0/16")});
 }
 
+// What the second change has made is looked at again by the first, and left alone where it is
+// right.
+TEST_F(ReentrantProgram, ThePayloadTypeChangesWhileThePortIsRekeyed) {
+   whenDecapIpAdded("red", "10.1.0.0/16");
+   whenDecapIpAdded("red", "10.2.0.0/16");
+   forgetSoFar();
+   during(3, [&] { groupNamed("red").payloadTypeIs(PayloadType::mpls); });
+   groupNamed("red").destPortIs(6081);
+   auto const text = [](char const* destination, std::uint16_t port, PayloadType payload) {
+      return Sim::keyText(key(destination, {.port = port, .payload = payload}));
+   };
+   auto const [plain, mpls] = std::pair(PayloadType::ip, PayloadType::mpls);
+   thenCalls({"remove " + text("10.1.0.0/16", 6080, plain) + " -> removed",
+              "program " + text("10.1.0.0/16", 6081, plain) + " -> success",
+              "remove " + text("10.2.0.0/16", 6080, plain) + " -> removed",
+              "program " + text("10.2.0.0/16", 6080, mpls) + " -> success",
+              "program " + text("10.1.0.0/16", 6081, mpls) + " -> success",
+              "remove " + text("10.1.0.0/16", 6081, plain) + " -> removed",
+              "remove " + text("10.2.0.0/16", 6080, mpls) + " -> removed",
+              "program " + text("10.2.0.0/16", 6081, mpls) + " -> success"});
+   thenBooksAgree();
+}
+
 }  // namespace

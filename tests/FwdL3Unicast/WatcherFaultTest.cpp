@@ -128,8 +128,7 @@ TEST_F(WatcherFault, OverTheAlarmThatAGroupClearsAsItGoesReachesTheConfiguration
 TEST_F(WatcherFault, OverTheRecordOfAVirtualAddressReachesTheInterface) {
    auto const status1 = givenInterfaceWith("Ethernet1", "10.0.0.1/24", {});
    whenDecapIntfAdded("red", "", all);
-   givenUnhappyOver(sm->decapIntfIp(intf("Ethernet1")),
-                    Fwd::DecapIntfIp::virtualIpAttributeId);
+   givenUnhappyOver(sm->decapIntfIp(intf("Ethernet1")), Fwd::DecapIntfIp::virtualIpAttributeId);
    EXPECT_THROW(whenVirtualIs(status1, true), Unhappy);
    thenRecord("Ethernet1", "10.0.0.1 10.0.0.1");
    EXPECT_THROW(whenPrimaryIs(status1, "10.0.0.2/24"), Unhappy);
@@ -142,8 +141,7 @@ TEST_F(WatcherFault, OverTheRecordOfAPrimaryAddressReachesTheEntryThatIsApplied)
    givenInterfaceWith("Ethernet1", "10.0.0.1/24", {});
    whenDecapIntfAdded("red", "Ethernet1");
    sm->decapIntfIp(intf("Ethernet1"))->primaryIpIs(Pkt::IpAddr());
-   givenUnhappyOver(sm->decapIntfIp(intf("Ethernet1")),
-                    Fwd::DecapIntfIp::primaryIpAttributeId);
+   givenUnhappyOver(sm->decapIntfIp(intf("Ethernet1")), Fwd::DecapIntfIp::primaryIpAttributeId);
    thenThrows([&] { whenDecapIntfAdded("blue", "Ethernet1"); });
    thenRecord("Ethernet1", "10.0.0.1 0.0.0.0");
 }
