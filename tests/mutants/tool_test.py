@@ -40,7 +40,8 @@ fi
 
 
 def patch(old, new):
-    return mutant.parse_patch(f'A bug.\n\nmodel/mdl/Door.cpp\n- {old}\n+ {new}\n', 'room/bug', 'room')
+    text = f'A bug.\n\nmodel/mdl/Door.cpp\n- {old}\n+ {new}\n'
+    return mutant.parse_patch(text, 'room/bug', 'room')
 
 
 class ToyShop(workshop.Workshop):

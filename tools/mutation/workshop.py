@@ -14,7 +14,7 @@ import time
 
 from . import mutant as mutants
 
-# What CMake includes behind project(): a build that is made quickly, with warnings of no interest.
+# What CMake includes behind project(): a build that is made quickly, and warnings do not matter.
 SETTINGS = '''
 set(CMAKE_CXX_FLAGS_DEBUG "-O0")
 set(CMAKE_LINK_DEPENDS_NO_SHARED ON)
@@ -23,8 +23,8 @@ add_link_options({links})
 '''
 
 # Compiled once. No header of the project: those are what is mutated.
-HEADERS = '''algorithm array atomic bit chrono compare concepts cstdarg cstddef cstdint cstdio cstdlib
-    cstring exception filesystem fstream functional iomanip iosfwd iostream iterator limits map
+HEADERS = '''algorithm array atomic bit chrono compare concepts cstdarg cstddef cstdint cstdio
+    cstdlib cstring exception filesystem fstream functional iomanip iosfwd iostream iterator limits map
     memory new numeric optional ostream random ranges set span sstream stdexcept string string_view
     tuple type_traits unordered_map unordered_set utility variant vector gtest/gtest.h'''.split()
 
