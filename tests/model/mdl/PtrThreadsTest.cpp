@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -15,7 +16,8 @@ namespace {
 using Mdl::Ptr;
 
 constexpr int threads = 4;
-constexpr int rounds = 20000;
+/// More than a thread gets done before a busy machine gives another one its turn.
+constexpr int rounds = 200'000;
 
 /// Holds plain data, a place for each user to write, which its destructor adds up.
 class Shared final : public Mdl::PtrInterface {
@@ -42,7 +44,13 @@ class PtrThreads : public testing::Test {
    template <class Work>
    void whenThreadsRun(Work const& work) {
       std::vector<std::thread> running;
-      for (int i = 0; i < threads; ++i) running.emplace_back(work, i);
+      std::latch together(threads);
+      for (int i = 0; i < threads; ++i) {
+         running.emplace_back([&work, &together, i] {
+            together.arrive_and_wait();
+            work(i);
+         });
+      }
       for (std::thread& thread : running) thread.join();
    }
 
