@@ -55,4 +55,13 @@ TEST_F(InterfaceEntryTrace, AnEntryForAllOfAGroupWithoutATunnelTypeIsNotEvenTrac
    thenDestinations({});
 }
 
+TEST_F(InterfaceEntryTrace, EachAddressThatAnEntryLooksAtIsTracedAtLevelFive) {
+   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {});
+   givenTraceLevels({5});
+   whenDecapIntfAdded("g", "Ethernet1");
+   EXPECT_EQ(tracesOf("updateDecapKeyFromIntf"),
+             Texts{"updateDecapKeyFromIntf Intf: Ethernet1 address-family: 1 decapKey=" +
+                   Mdl::valueToStrep(key("10.0.0.1/32")).stdString()});
+}
+
 }  // namespace

@@ -1,8 +1,10 @@
+#include "mdl/Reflection.h"
 #include "support/DecapFixture.h"
 
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <variant>
 
 namespace {
 
@@ -34,6 +36,7 @@ class PlatformHook : public DecapFixture {};
 TEST_F(PlatformHook, KeepsItsName) {
    auto const hook = Mdl::allocate<PlainHook>();
    EXPECT_EQ(hook->name(), Mdl::String("plain"));
+   EXPECT_EQ(std::get<Mdl::String>(Mdl::read(*hook, 257).value), Mdl::String("plain"));
 }
 
 TEST_F(PlatformHook, IsAnEntityOfItsOwnType) {

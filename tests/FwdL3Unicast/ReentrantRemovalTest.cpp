@@ -156,4 +156,39 @@ TEST_F(ReentrantRemoval, APointerTakenWhileTheMachineGoesIsGivenBack) {
    thenHardware({});
 }
 
+// The second change has built everything, and recorded what it has applied.
+TEST_F(ReentrantRemoval, TheTunnelTypeChangesAgainAndEntriesStayRecorded) {
+   auto const status1 = givenInterface("Ethernet1", "10.0.0.1/24");
+   status1->activeSecondaryWithMaskIs(Pkt::IpAddrWithMask(Mdl::String("10.0.0.2/24")));
+   whenDecapIntfAdded("red", "", AddressType::all);
+   during(1, [&] { groupNamed("red").tunnelTypeIs(TunnelType::ipip); });
+   groupNamed("red").tunnelTypeIs(TunnelType::gre);
+   auto const ipip = [](char const* destination) {
+      return Sim::keyText(key(destination, {.type = TunnelType::ipip}));
+   };
+   thenHardware(
+       {ipip("10.0.0.1/32"), ipip("10.0.0.2/32"), ipip("10.1.0.0/16"), ipip("10.2.0.0/16")});
+   whenDecapIntfAdded("red", "", AddressType::primary);
+   thenHardware({ipip("10.0.0.1/32"), ipip("10.1.0.0/16"), ipip("10.2.0.0/16")});
+}
+
+TEST_F(ReentrantRemoval, ThePortChangesAndKeysOnTheirWayOutAreLeftToTheTypeThatWentFirst) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   givenInterface("Ethernet2", "10.0.1.1/24");
+   whenDecapIntfAdded("red", "");
+   forgetSoFar();
+   during(1, [&] { groupNamed("red").destPortIs(6081); });
+   groupNamed("red").tunnelTypeIs(TunnelType::gre);
+   Texts removed;
+   for (auto const& text : hardware->journal().texts()) {
+      if (text.starts_with("remove")) removed.push_back(text);
+   }
+   auto const removal = [](char const* destination, int port) {
+      return "remove " + entry(destination, "default", port) + " -> removed";
+   };
+   EXPECT_EQ(removed, (Texts{removal("10.0.0.1/32", 6080), removal("10.1.0.0/16", 6080),
+                             removal("10.2.0.0/16", 6080), removal("10.0.1.1/32", 6080),
+                             removal("10.1.0.0/16", 6081), removal("10.2.0.0/16", 6081)}));
+}
+
 }  // namespace

@@ -283,6 +283,7 @@ TEST_F(TearDown, DetachesTheReactorsThatOutliveTheMachine) {
    clock->timeMinIs(1.0);
    whenTimePasses(2.0);
    group->createDecapEntry(key("10.9.0.0/16"));
+   group->deleteDecapEntry(key("10.9.0.0/16"));
    thenCalls({});
 }
 

@@ -24,9 +24,10 @@ add_link_options({links})
 
 # Compiled once. No header of the project: those are what is mutated.
 HEADERS = '''algorithm array atomic bit chrono compare concepts cstdarg cstddef cstdint cstdio
-    cstdlib cstring exception filesystem fstream functional iomanip iosfwd iostream iterator limits map
-    memory new numeric optional ostream random ranges set span sstream stdexcept string string_view
-    tuple type_traits unordered_map unordered_set utility variant vector gtest/gtest.h'''.split()
+    cstdlib cstring exception filesystem fstream functional iomanip iosfwd iostream
+    iterator limits map memory new numeric optional ostream random ranges set span
+    sstream stdexcept string string_view tuple type_traits unordered_map unordered_set
+    utility variant vector gtest/gtest.h'''.split()
 
 LAYERS = ('model', 'FwdL3Unicast')
 PROGRAMS = ('model', 'FwdL3Unicast', 'faults', 'oracle', 'restart', 'agent', 'platform')
