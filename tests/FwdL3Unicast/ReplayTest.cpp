@@ -206,4 +206,12 @@ TEST_F(Replay, BrokenAtAnyCallEndsInTheSameStateAsAnUnbrokenOne) {
    }
 }
 
+TEST_F(Replay, IsNumberedFromOne) {
+   givenGroup("red");
+   givenMachine();
+   EXPECT_EQ(reactor("red")->replayed(), 0U);
+   givenRunning();
+   EXPECT_EQ(reactor("red")->replayed(), 1U);
+}
+
 }  // namespace

@@ -267,7 +267,8 @@ class Source:
 def is_expression(parts):
     """Whether the tokens are a call, an assignment or a step, and declare nothing."""
     first = parts[0]
-    if first.text in NO_EXPRESSION or first.kind in ('string', 'number', 'char'):
+    begins = first.kind == 'name' or first.text in ('++', '--', '*', '(')
+    if first.text in NO_EXPRESSION or not begins:
         return False
     for here, following in zip(parts, parts[1:]):
         if here.text in ('(', '=', '+=', '-=', '|=', '&=', '^=', '*=', '++', '--', '<<'):
