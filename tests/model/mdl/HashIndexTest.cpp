@@ -121,8 +121,24 @@ TEST_F(HashIndexOver, ShrinksBackToOneTable) {
    }
    check();
    EXPECT_LE(index.tableCount(), 2U);
+   EXPECT_LE(index.depth(), 1U);
    EXPECT_LE(index.bytes(), full / 100);
+   EXPECT_LE(index.bytes(), 512U);
    for (std::uint32_t position = 49990; position < 50000; ++position) EXPECT_TRUE(finds(position));
+}
+
+// The directory is as deep as its deepest table needs. Here that is the one of the smallest hashes,
+// while a table of half of all hashes still has many places.
+TEST_F(HashIndexOver, SplitsATableThatHasManyPlaces) {
+   for (unsigned shift = 0; shift < 32; ++shift) add(0x80000000U >> shift);
+   for (int i = 0; i < 3000; ++i) add(static_cast<std::uint32_t>(random()) & 0x00ffffffU);
+   ASSERT_GE(index.depth(), 3U);
+   check();
+   for (int i = 0; i < 3000; ++i) add(static_cast<std::uint32_t>(random()) | 0x80000000U);
+   check();
+   for (std::uint32_t position = 0; position < stored.size(); ++position) {
+      ASSERT_TRUE(finds(position)) << position;
+   }
 }
 
 TEST_F(HashIndexOver, LeavesNoMarksBehind) {

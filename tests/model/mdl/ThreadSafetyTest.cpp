@@ -22,7 +22,10 @@ INSTANTIATE_TEST_SUITE_P(Switch, CountWord, testing::Bool(),
 constexpr std::uint64_t highFlag = std::uint64_t{1} << 63;
 constexpr std::uint64_t otherFlag = std::uint64_t{1} << 62;
 
-TEST(ThreadSafePtrs, AreOffUntilAskedFor) { EXPECT_FALSE(Mdl::threadSafePtrs()); }
+/// Read before any test has switched.
+bool const onAtLoad = Mdl::threadSafePtrs();
+
+TEST(ThreadSafePtrs, AreOffUntilAskedFor) { EXPECT_FALSE(onAtLoad); }
 
 TEST_P(CountWord, SwitchReadsBack) { EXPECT_EQ(Mdl::threadSafePtrs(), GetParam()); }
 
