@@ -1,5 +1,8 @@
 #include "mdl/Notifiee.h"
+#include "mdl/Reflection.h"
 #include "support/InterfaceFixture.h"
+
+#include <variant>
 
 #include <gtest/gtest.h>
 
@@ -126,6 +129,26 @@ TEST_F(InterfaceRecords, AnInterfaceKeyOwnsItsDestinationWhileItIsProgrammed) {
    thenOwners({"udp 10.0.0.1/32 -> default"});
    whenInterfaceRemoved("Ethernet1");
    thenOwners({});
+}
+
+TEST_F(InterfaceRecords, AttributesHaveTheirNumbers) {
+   givenRunning();
+   auto const address = sm->decapIntfIpIs(intf("Ethernet1"));
+   address->primaryIpIs(Pkt::IpAddr(1));
+   address->virtualIpIs(Pkt::IpAddr(2));
+   givenGroup("red");
+   auto const applied = reactor("red")->intfAddressTypeIs(intf("Ethernet1"));
+   applied->addrTypeIs(AddressType::all);
+   applied->tunnelTypeIs(TunnelType::gre);
+   auto const text = [](auto const& record, Mdl::AttributeId id) {
+      return std::get<Mdl::String>(Mdl::read(*record, id).value).stdString();
+   };
+   EXPECT_EQ(text(address, 257), "'Ethernet1'");
+   EXPECT_EQ(text(address, 258), "'0.0.0.1'");
+   EXPECT_EQ(text(address, 259), "'0.0.0.2'");
+   EXPECT_EQ(text(applied, 257), "'Ethernet1'");
+   EXPECT_EQ(text(applied, 258), "all");
+   EXPECT_EQ(text(applied, 259), "gre");
 }
 
 }  // namespace
