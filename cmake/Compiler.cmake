@@ -44,11 +44,6 @@ if(DECAP_SANITIZE)
    add_compile_options(-fsanitize=${DECAP_SANITIZE} -fno-sanitize-recover=all
                        -fno-omit-frame-pointer -O1 -g1)
    add_link_options(-fsanitize=${DECAP_SANITIZE})
-   if(DECAP_SANITIZE STREQUAL thread AND CMAKE_CXX_COMPILER_ID MATCHES Clang)
-      # Its operators new and delete would stand beside those of the tests that count allocations;
-      # the library's call malloc, which it watches all the same.
-      add_link_options(-fno-sanitize-link-c++-runtime)
-   endif()
 endif()
 
 if(DECAP_COVERAGE)
