@@ -316,14 +316,4 @@ TEST_F(MissedChanges, AMachineThatGetsItsConfigurationBackCatchesUpToo) {
    thenBooksAgree();
 }
 
-// Hardware is nobody's to touch while the machine is not initialized, whatever was missed.
-TEST_F(MissedInAnotherVrf, InterfacesThatLeaveAMachineThatIsNotInitializedKeepTheirKeys) {
-   whenAddressesGoInAnotherVrf();
-   sm->initializedIs(false);
-   forgetSoFar();
-   ip->ipIntfStatusDel(intf("Ethernet1"));
-   ip6->intfDel(intf("Ethernet2"));
-   thenCalls({});
-}
-
 }  // namespace

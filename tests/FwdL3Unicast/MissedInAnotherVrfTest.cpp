@@ -56,4 +56,16 @@ TEST_F(MissedInAnotherVrf, AnInterfaceWithAnotherStatusKeepsWhatItHas) {
    thenDestinations({"10.0.0.2/32", "10.0.0.3/32", "2001:db8::1/128"});
 }
 
+// Hardware is nobody's to touch while the machine is not initialized, whatever was missed.
+TEST_F(MissedInAnotherVrf, InterfacesThatLeaveAMachineThatIsNotInitializedKeepTheirKeys) {
+   whenAddressesGoInAnotherVrf();
+   sm->initializedIs(false);
+   forgetSoFar();
+   ip->ipIntfStatusDel(intf("Ethernet1"));
+   ip6->intfDel(intf("Ethernet2"));
+   thenCalls({});
+   sm->initializedIs(true);
+   thenHardware({});
+}
+
 }  // namespace
