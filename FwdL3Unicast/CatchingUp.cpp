@@ -32,7 +32,6 @@ void FwdDecapGroupSm::MdlDecapGroup::catchUp(FirstException& errors) {
    // What is no longer called for goes first: it makes room.
    errors.attempt([&] { leaveStrays(); });
    if (missedChanges_) errors.attempt([&] { rekeyStale(); });
-   errors.attempt([&] { followExcludeSets(); });
    if (auto const ip = stateMachine->ipStatus()) {
       for (auto const& entry : ip->ipIntfStatus().walk()) {
          auto const watched = group();

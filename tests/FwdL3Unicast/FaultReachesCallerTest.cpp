@@ -99,11 +99,22 @@ TEST_F(FaultReachesCaller, OfAnInterfaceThatHasLeftTheDefaultVrf) {
 // Another group's entry finds the address gone that the first one holds, and has it given back.
 TEST_F(FaultReachesCaller, OfAnAddressThatChangedUnheard) {
    givenEntry("");
-   sm->initializedIs(false);
+   auto const deaf = sm->mdlIpIntfStatus(intf("Ethernet1"));
+   deaf->hasNotificationActiveIs(false);
    whenPrimaryIs(intf1, "10.0.0.3/24");
-   sm->initializedIs(true);
+   deaf->hasNotificationActiveIs(true);
    givenGroup("h", {.vrf = "default"});
    thenAFaultInRemovalReaches([&] { whenDecapIntfAdded("h", "Ethernet1"); });
+}
+
+TEST_F(FaultReachesCaller, OfWhatIsMadeUpFor) {
+   givenEntry("");
+   sm->initializedIs(false);
+   whenPrimaryIs(intf1, "10.0.0.3/24");
+   thenAFaultInRemovalReaches([&] { sm->initializedIs(true); });
+   sm->mdlDgConfig()->notifierIs(nullptr);
+   whenPrimaryIs(intf1, "10.0.0.4/24");
+   thenAFaultInRemovalReaches([&] { sm->mdlDgConfig()->notifierIs(config); });
 }
 
 TEST_F(FaultReachesCaller, OfAValueOfTheGroup) {

@@ -135,6 +135,15 @@ TEST_F(MissedChanges, WhatDidNotChangeStaysUntouched) {
    thenCalls({});
 }
 
+TEST_F(MissedChanges, AValueThatCameBackTouchesNothing) {
+   whenDecapIpAdded("red", "10.1.0.0/16");
+   givenRunning();
+   whenThePortChangesUnheard();
+   groupNamed("red").destPortIs(6080);
+   whenInitializedAgain();
+   thenCalls({});
+}
+
 TEST_F(MissedChanges, ValuesOfTheGroupAreFollowed) {
    givenInterface("Ethernet1", "10.0.0.1/24");
    whenDecapIntfAdded("red", "Ethernet1");
