@@ -154,4 +154,17 @@ TEST_F(RekeyedKeys, Ipv6KeysFollowLikewise) {
    thenBooksAgree();
 }
 
+TEST_F(RekeyedKeys, ThatAreOnlyListedMoveEachTime) {
+   givenRunning();
+   auto const old = key("10.9.0.0/16", {.port = 6000});
+   reactor("red")->decapKeyFromIpIs(old, true);
+   reactor("red")->decapKeyFromIntfIs(old, true);
+   for (std::uint16_t const port : {std::uint16_t{6001}, std::uint16_t{6002}}) {
+      groupNamed("red").destPortIs(port);
+      auto const now = key("10.9.0.0/16", {.port = port});
+      EXPECT_TRUE(reactor("red")->decapKeyFromIp(now));
+      EXPECT_TRUE(reactor("red")->decapKeyFromIntf(now));
+   }
+}
+
 }  // namespace
