@@ -307,6 +307,9 @@ class Workshop:
         failed = re.findall(r'^\[  FAILED  \] ([^,\s]+)', text, re.M)
         if failed:
             return f'{program}: {failed[0]}'
+        complaint = re.search(r'ERROR: (LeakSanitizer|AddressSanitizer: \S+)', text)
+        if complaint:
+            return f'{program}: {complaint[1]}'
         begun = re.findall(r'^\[ RUN      \] (\S+)', text, re.M)
         how = f'signal {-code}' if code < 0 else f'code {code}'
         return f'{program}: {how} in {begun[-1] if begun else "its beginning"}'
