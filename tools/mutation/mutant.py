@@ -103,12 +103,22 @@ def seeded(folder):
 
 @dataclasses.dataclass
 class Equivalent:
-    """A change of lines that changes nothing that could be seen, and why."""
+    """A change of lines that changes nothing that could be seen, and why. Lines before the change
+    tell it from an equal one elsewhere in the file."""
     hunk: Hunk
     why: str
 
-    def covers(self, hunk):
-        return self.hunk == hunk
+    def covers(self, mutant, read):
+        """Whether it is what a mutant from a known place changes; `read` gives a file's text."""
+        context = 0
+        while self.hunk.old[context:context + 1] == self.hunk.new[context:context + 1]:
+            context += 1
+        change = Hunk(self.hunk.file, self.hunk.old[context:], self.hunk.new[context:])
+        if mutant.hunks != [change]:
+            return False
+        first = mutant.line - 1
+        before = read(change.file).split('\n')[max(first - context, 0):first]
+        return tuple(line.strip() for line in before) == self.hunk.old[:context]
 
 
 def equivalents(path):
