@@ -87,8 +87,9 @@ T deserializeAttr(char const*& at, char const* end, char const* name) try {
 
 // Writing -------------------------------------------------------------------------------------
 
-/// Appends `text` in single quotes. Backslash, quote, line feed, tab and carriage return are escaped
-/// as in C, every other byte outside 0x20..0x7e as a backslash, x and two small hexadecimal digits.
+/// Appends `text` in single quotes. Backslash, quote, line feed, tab and carriage return are
+/// escaped as in C, every other byte outside 0x20..0x7e as a backslash, x and two small hexadecimal
+/// digits.
 MDL_EXPORT void appendQuoted(std::string& out, std::string_view text);
 
 /// Text as an error message shows it: in double quotes, printable, and cut when it is long.
