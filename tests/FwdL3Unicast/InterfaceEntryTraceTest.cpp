@@ -64,4 +64,22 @@ TEST_F(InterfaceEntryTrace, EachAddressThatAnEntryLooksAtIsTracedAtLevelFive) {
                    Mdl::valueToStrep(key("10.0.0.1/32")).stdString()});
 }
 
+TEST_F(InterfaceEntryTrace, AGroupThatHasLeftTheMachineTracesNoWithdrawal) {
+   auto const left = reactor("g");
+   auto const configured = Mdl::Ptr<DecapGroup>(&groupNamed("g"));
+   whenGroupRemoved("g");
+   givenTraceLevels({2});
+   left->updateDecapKeyFromIntf({intf("Ethernet1"), ipv4}, key("10.0.0.1/32"));
+   EXPECT_EQ(tracesOf("deleteDecapEntry"), Texts());
+}
+
+TEST_F(InterfaceEntryTrace, AnExclusionWithoutAnEntryForAllWithdrawsNothing) {
+   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {"10.0.0.2/24"});
+   whenDecapIpAdded("g", "10.0.0.1/32");
+   forgetSoFar();
+   reactor("g")->handleExcludeIntfStatusChange({intf("Ethernet1"), ipv4}, true);
+   thenCalls({});
+   thenDestinations({"10.0.0.1/32"});
+}
+
 }  // namespace

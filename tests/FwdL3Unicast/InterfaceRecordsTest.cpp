@@ -151,4 +151,11 @@ TEST_F(InterfaceRecords, AttributesHaveTheirNumbers) {
    EXPECT_EQ(text(applied, 259), "gre");
 }
 
+TEST_F(InterfaceRecords, AnEntryMakesTheRecordOfAnInterfaceThatIsNotThereYet) {
+   givenGroup("red");
+   givenRunning();
+   whenDecapIntfAdded("red", "Ethernet9");
+   thenRecord("Ethernet9", "0.0.0.0 0.0.0.0");
+}
+
 }  // namespace

@@ -1,4 +1,5 @@
 #include "support/InterfaceFixture.h"
+#include "support/MachineChecks.h"
 
 #include "mdl/Exception.h"
 
@@ -175,6 +176,33 @@ TEST_F(InterfaceRegistry, OnlyTheInterfaceCollectionIsLookedAt) {
    sm->mdlIp6Status()->onAttribute(Ip6::Status::intfAttributeId, &other);
    EXPECT_EQ(interfaces(), Texts());
    EXPECT_EQ(interfaces6(), Texts());
+}
+
+TEST_F(InterfaceRegistry, TellsOfInterfacesThatComeAndGo) {
+   givenMachine();
+   auto const changes = Support::ChangeLog::of(sm);
+   givenInterface("Ethernet7", "10.0.7.1/24");
+   givenInterface6("Ethernet7", {"2001:db8:7::1/64"});
+   whenInterfaceRemoved("Ethernet7");
+   whenInterface6Removed("Ethernet7");
+   using Fwd::memberId::mdlIp6IntfStatus;
+   using Fwd::memberId::mdlIpIntfStatus;
+   EXPECT_EQ(changes->changes(),
+             (std::vector<Mdl::AttributeId>{mdlIpIntfStatus, mdlIp6IntfStatus, mdlIpIntfStatus,
+                                            mdlIp6IntfStatus}));
+}
+
+TEST_F(InterfaceRegistry, AReactorThatIsDestroyedWithdrawsWhatItsInterfaceGave) {
+   auto const status1 = givenInterface("Ethernet7", "10.0.7.1/24");
+   auto const status6 = givenInterface6("Ethernet7", {"2001:db8:7::1/64"});
+   givenGroup("red");
+   whenDecapIntfAdded("red", "Ethernet7");
+   whenDecapIntfAdded("red", "Ethernet7", primaryOnly, ipv6);
+   givenRunning();
+   Mdl::allocate<Sm::MdlIpIntfStatus>(status1, sm.get());
+   thenDestinations({"2001:db8:7::1/128"});
+   Mdl::allocate<Sm::MdlIp6IntfStatus>(status6, sm.get());
+   thenDestinations({});
 }
 
 }  // namespace

@@ -75,6 +75,34 @@ TEST_F(MissedChanges, APrefixDerivedAgainTakesNoSecondReference) {
    thenCounts({text("10.1.0.0/16", 6080) + " x1"});
 }
 
+TEST_F(MissedChanges, APrefixDerivedAgainTakesNoSecondReferenceThoughAPortBeforeWasHeard) {
+   whenDecapIpAdded("red", "10.1.0.0/16");
+   givenRunning();
+   groupNamed("red").destPortIs(6090);
+   whenThePortChangesUnheard();
+   reactor("red")->handleUpdateIp(prefix("10.1.0.0/16"));
+   thenCounts({text("10.1.0.0/16", 6090) + " x1"});
+}
+
+// Another group's exclude set has the interface looked at: the address that has gone is given back
+// by whoever holds it.
+TEST_F(MissedChanges, AnAddressThatWentUnheardIsGivenBackWhenAnotherGroupTakesTheInterfaceBack) {
+   auto const status1 = givenInterface("Ethernet1", "10.0.0.1/24");
+   givenGroup("green");
+   whenDecapIntfAdded("red", "");
+   whenDecapIntfAdded("green", "");
+   whenExcluded("green", {"Ethernet1"});
+   givenRunning();
+   auto const unheard = sm->mdlIpIntfStatus(intf("Ethernet1"));
+   unheard->hasNotificationActiveIs(false);
+   status1->addrWithMaskIs(Pkt::IpAddrWithMask(Mdl::String("10.0.0.2/24")));
+   unheard->hasNotificationActiveIs(true);
+   whenExcluded("green", {});
+   ip->ipIntfStatusDel(intf("Ethernet1"));
+   thenHardware({});
+   thenCounts({});
+}
+
 // Prefixes of length zero share one key.
 TEST_F(MissedChanges, APrefixThatGoesLeavesTheOldKeyToAnother) {
    whenDecapIpAdded("red", "0.0.0.0/0");

@@ -112,4 +112,16 @@ TEST_F(ReviewReentrancy, AfterAnExceptionTheReviewComesBack) {
    thenOnly({"10.1.0.0/16", "10.2.0.0/16", "10.3.0.0/16"});
 }
 
+TEST_F(ReviewReentrancy, TheKeyUnderReviewIsReleasedAndComesBackAndIsRefused) {
+   givenAnswer(Fwd::dgRcNotReady);
+   during(1, [&] {
+      whenDecapIpRemoved("red", "10.1.0.0/16");
+      whenDecapIpAdded("red", "10.1.0.0/16");
+   });
+   sm->doReview();
+   whenTimePasses(1.0);
+   whenTimePasses(1.0);
+   thenOnly({"10.1.0.0/16", "10.2.0.0/16", "10.3.0.0/16"});
+}
+
 }  // namespace
