@@ -1,5 +1,6 @@
 // The keys that wait for hardware, the review that tries them again, and the alarm.
 
+#include "FwdL3Unicast/DestinationOf.h"
 #include "FwdL3Unicast/FirstException.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 #include "FwdL3Unicast/HardwareCall.h"
@@ -9,10 +10,12 @@
 
 namespace Fwd {
 
-void FwdDecapGroupSm::addKeyToUnprogrammed(DecapKey const& key) {
-   if (unprogrammedKeyHas(key)) return;
-   FWD_TRACE(2, "addKeyToUnprogrammed" << key);
-   unprogrammedKeyIs(key, true);
+void FwdDecapGroupSm::addKeyToUnprogrammed(DecapKey const& key) { addToBacklog(hashedKey(key)); }
+
+void FwdDecapGroupSm::addToBacklog(HashedKey const& key) {
+   if (unprogrammedKey_.contains(key)) return;
+   FWD_TRACE_AS("addKeyToUnprogrammed", 2, "addKeyToUnprogrammed" << key.key());
+   entryIs(unprogrammedKey_, key, true, memberId::unprogrammedKey);
    doMaybeScheduleReview();
 }
 
@@ -89,14 +92,15 @@ dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
          break;
       }
       // 2. A key whose destination another VRF owns is passed over.
-      auto const* const owner = tunnelTypeDecapIpToVrf_.find({key.tunnelType(), key.dstIp()});
+      DestinationOf const destination(key);
+      auto const* const owner = tunnelTypeDecapIpToVrf_.find(destination.hashed());
       if (owner != nullptr && *owner != key.forwardingVrf()) {
          traceOwner("doReview", key);
          continue;
       }
       if (HardwareCall::isUnderWay(*this, key)) continue;
       // 3., 4.
-      last = HardwareCall(*this, key).retry();
+      last = HardwareCall(*this, waiting.hashed()).retry();
       if (last == dgRcSuccess || last == dgRcAlreadyExists) continue;
       // 5. The first refusal ends the pass; the key stays where it is and comes first next time.
       if (last == dgRcHwFull && status_ && !status_->hwResourceFull()) raiseHwResourceFull();

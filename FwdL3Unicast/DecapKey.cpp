@@ -32,17 +32,6 @@ DecapKey::DecapKey(char const*& at, char const* end) {
    Mdl::needString(at, end, "})");
 }
 
-std::uint32_t DecapKey::hash(std::uint32_t seed) const noexcept {
-   return Mdl::Hash(seed)
-       .mix(srcIp_.hash())
-       .mix(dstIp_.hash())
-       .mix(static_cast<std::uint32_t>(tunnelType_))
-       .mix(destPort_)
-       .mix(static_cast<std::uint32_t>(payloadType_))
-       .mix(Mdl::hashString(forwardingVrf_.name(), 0))
-       .result();
-}
-
 std::uint32_t DecapKey::hash() const noexcept {
    return Mdl::Mixer32()
        .mix(srcIp_.hash())

@@ -2,6 +2,7 @@
 
 #include "FwdL3Unicast/Export.h"
 #include "l3/VrfName.h"
+#include "mdl/Collection.h"
 #include "mdl/String.h"
 #include "pkt/IntfId.h"
 #include "pkt/IpGenPrefix.h"
@@ -13,6 +14,7 @@
 #include <functional>
 #include <iosfwd>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace Fwd {
@@ -25,7 +27,8 @@ using Pkt::emptyIntfId;
 ///
 /// A value: two keys with equal attributes are the same key. Never changes once it is made, but by
 /// assignment.
-/// Cost: 64 bytes, one line of cache; a copy shares the VRF's name.
+/// Cost: 64 bytes, one line of cache, of which the last four are free: a collection keeps its value
+///   there. A copy shares the VRF's name.
 class FWD_EXPORT DecapKey {
  public:
    /// Every attribute zero, the prefixes of no family. The only key that is false.
@@ -33,8 +36,8 @@ class FWD_EXPORT DecapKey {
    constexpr DecapKey(Pkt::IpGenPrefix const& srcIp, Pkt::IpGenPrefix const& dstIp,
                       Tunnel::Decap::TunnelType tunnelType, std::uint16_t destPort,
                       Tunnel::Decap::PayloadType payloadType, L3::VrfName forwardingVrf) noexcept
-       : srcIp_(srcIp), dstIp_(dstIp), tunnelType_(tunnelType), destPort_(destPort),
-         payloadType_(payloadType), forwardingVrf_(std::move(forwardingVrf)) {}
+       : srcIp_(srcIp), dstIp_(dstIp), forwardingVrf_(std::move(forwardingVrf)),
+         destPort_(destPort), tunnelType_(tunnelType), payloadType_(payloadType) {}
 
    /// Reads the text representation (see mdl/Value.h) and nothing but it. Throws ParseException,
    /// which names the attribute when the error lies inside its value.
@@ -54,7 +57,16 @@ class FWD_EXPORT DecapKey {
    explicit operator bool() const noexcept { return !(*this == DecapKey()); }
 
    /// For keyed collections: all six attributes.
-   std::uint32_t hash(std::uint32_t seed) const noexcept;
+   std::uint32_t hash(std::uint32_t seed) const noexcept {
+      return Mdl::Hash(seed)
+          .mix(srcIp_.hash())
+          .mix(dstIp_.hash())
+          .mix(static_cast<std::uint32_t>(tunnelType_))
+          .mix(destPort_)
+          .mix(static_cast<std::uint32_t>(payloadType_))
+          .mix(Mdl::hashString(forwardingVrf_.name(), 0))
+          .result();
+   }
    /// Source, destination and tunnel type only. Keys that differ in port, payload type or VRF share
    /// this hash, and are meant to; keyed collections use the other one.
    std::uint32_t hash() const noexcept;
@@ -65,24 +77,41 @@ class FWD_EXPORT DecapKey {
    /// Appends the text representation.
    void appendStrep(std::string& out) const;
 
-   friend bool operator==(DecapKey const&, DecapKey const&) noexcept = default;
+   /// Without a branch for each attribute: keyed collections compare often.
+   friend bool operator==(DecapKey const& a, DecapKey const& b) noexcept {
+      bool const same = (a.dstIp_ == b.dstIp_) & (a.srcIp_ == b.srcIp_) &
+                        (a.destPort_ == b.destPort_) & (a.tunnelType_ == b.tunnelType_) &
+                        (a.payloadType_ == b.payloadType_);
+      return same && a.forwardingVrf_ == b.forwardingVrf_;
+   }
    /// The first attribute that differs decides, in the order of the constructor.
-   friend std::strong_ordering operator<=>(DecapKey const&, DecapKey const&) noexcept = default;
+   friend std::strong_ordering operator<=>(DecapKey const& a, DecapKey const& b) noexcept {
+      return std::tie(a.srcIp_, a.dstIp_, a.tunnelType_, a.destPort_, a.payloadType_,
+                      a.forwardingVrf_) <=> std::tie(b.srcIp_, b.dstIp_, b.tunnelType_, b.destPort_,
+                                                     b.payloadType_, b.forwardingVrf_);
+   }
 
    /// Writes the text representation.
    friend FWD_EXPORT std::ostream& operator<<(std::ostream& out, DecapKey const& key);
 
  private:
-   // In the order of comparison.
+   // The small ones last, before the padding.
    Pkt::IpGenPrefix srcIp_;
    Pkt::IpGenPrefix dstIp_;
-   Tunnel::Decap::TunnelType tunnelType_ = Tunnel::Decap::TunnelType::unknown;
-   std::uint16_t destPort_ = 0;
-   Tunnel::Decap::PayloadType payloadType_ = Tunnel::Decap::PayloadType::unset;
    L3::VrfName forwardingVrf_;
+   std::uint16_t destPort_ = 0;
+   Tunnel::Decap::TunnelType tunnelType_ = Tunnel::Decap::TunnelType::unknown;
+   Tunnel::Decap::PayloadType payloadType_ = Tunnel::Decap::PayloadType::unset;
 };
 
 static_assert(sizeof(DecapKey) == 64, "collections hold millions of keys");
+
+/// A key with the hash under which each collection of the machine has it: an event hashes its key
+/// once.
+using HashedKey = Mdl::Hashed<DecapKey>;
+inline HashedKey hashedKey(DecapKey const& key) noexcept {
+   return HashedKey(key, key.hash(Mdl::hashSeed32()));
+}
 
 // Both say "no key": they are never counted and never programmed. Both are there before any
 // constructor runs.

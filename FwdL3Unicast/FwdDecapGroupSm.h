@@ -211,11 +211,13 @@ class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
    void replayGroups();
 
    // The steps of `createDecapEntry` and `deleteDecapEntry` behind the group's own.
-   std::uint32_t changeRefCount(DecapKey const& key, bool inc);
-   void referenceTaken(DecapKey const& key, std::uint32_t references);
-   void referenceReleased(DecapKey const& key, std::uint32_t references);
-   bool handOver(DecapKey const& key);
-   void takeBack(DecapKey const& key);
+   std::uint32_t references(HashedKey const& key) const;
+   std::uint32_t changeRefCount(HashedKey const& key, bool inc);
+   void referenceTaken(HashedKey const& key, std::uint32_t references);
+   void referenceReleased(HashedKey const& key, std::uint32_t references);
+   bool handOver(HashedKey const& key);
+   void takeBack(HashedKey const& key);
+   void addToBacklog(HashedKey const& key);
    void traceOwner(char const* function, DecapKey const& key) const;
    dgRetCode reviewKeys(Mdl::Seconds deadline);
    bool reviewScheduled() const noexcept;

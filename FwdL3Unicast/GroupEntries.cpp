@@ -58,7 +58,8 @@ void FwdDecapGroupSm::MdlDecapGroup::createDecapEntry(DecapKey const& key) {
    // 2., 3.
    if (isStopped(key)) return;
    // 4. to 10.
-   stateMachine->referenceTaken(key, stateMachine->changeRefCount(key, true));
+   HashedKey const hashed = hashedKey(key);
+   stateMachine->referenceTaken(hashed, stateMachine->changeRefCount(hashed, true));
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::deleteDecapEntry(DecapKey const& key) {
@@ -67,9 +68,10 @@ void FwdDecapGroupSm::MdlDecapGroup::deleteDecapEntry(DecapKey const& key) {
    // 1.
    traceWithdrawal(key);
    // 2.
-   if (stateMachine->refCount(key) == 0) return;
+   HashedKey const hashed = hashedKey(key);
+   if (stateMachine->references(hashed) == 0) return;
    // 3. to 9.
-   stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
+   stateMachine->referenceReleased(hashed, stateMachine->changeRefCount(hashed, false));
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::traceWithdrawal(DecapKey const& key) const {
@@ -83,36 +85,38 @@ void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& keyOfNow,
                                                 AddressOrigin const& origin) {
    // An origin whose key kept its old values has its reference. Inside a re-keying, the walk moves
    // the old key.
-   DecapKey const key = rekeyDepth_ == 0 ? keyOfOrigin(keyOfNow, origin) : keyOfNow;
+   DecapKey const heldKey = rekeyDepth_ == 0 ? keyOfOrigin(keyOfNow, origin) : keyOfNow;
+   HashedKey const key = hashedKey(heldKey);
    IntfKeyUse& use = fromIntf_.entry(key);
    if (!use.hasOrigin(origin)) use.origins.push_back(origin);
    FirstException errors;
    errors.attempt([&] { hold(fromIntf_, key); });
    // A hook may have taken the address away again.
-   IntfKeyUse const* const now = fromIntf_.find(key);
-   if (now != nullptr && now->isWanted()) fromIntf_.list(key, true);
+   IntfKeyUse* const now = fromIntf_.find(key);
+   if (now != nullptr && now->isWanted()) fromIntf_.list(*now, true);
    errors.rethrow();
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
                                                  AddressOrigin const& origin) {
-   DecapKey const key = keyOfOrigin(keyOfNow, origin);
+   DecapKey const heldKey = keyOfOrigin(keyOfNow, origin);
+   HashedKey const key = hashedKey(heldKey);
    IntfKeyUse* const use = fromIntf_.find(key);
    if (use == nullptr || !use->hasOrigin(origin)) {
-      traceWithdrawal(key);
+      traceWithdrawal(heldKey);
       return;
    }
    std::erase(use->origins, origin);
    if (use->isWanted()) {
-      traceWithdrawal(key);
+      traceWithdrawal(heldKey);
       return;
    }
    use->leaving = true;
    FirstException errors;
    errors.attempt([&] { letGo(fromIntf_, key); });
    // A hook may have brought the address back.
-   IntfKeyUse const* const now = fromIntf_.find(key);
-   if (now != nullptr && !now->isWanted()) fromIntf_.unlist(key);
+   IntfKeyUse* const now = fromIntf_.find(key);
+   if (now != nullptr && !now->isWanted()) fromIntf_.unlist(key, *now);
    errors.rethrow();
 }
 
@@ -120,7 +124,7 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
 /// old one.
 DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfOrigin(DecapKey const& key,
                                                      AddressOrigin const& origin) const {
-   IntfKeyUse const* const use = fromIntf_.find(key);
+   IntfKeyUse const* const use = fromIntf_.find(hashedKey(key));
    if (!mayHaveOldKeys() || (use != nullptr && use->hasOrigin(origin))) return key;
    for (auto const& entry : fromIntf_.walk()) {
       if (entry.key.dstIp() == key.dstIp() && entry.value.hasOrigin(origin)) return entry.key;

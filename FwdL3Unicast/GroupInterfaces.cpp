@@ -237,7 +237,7 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp6(DecapIntfKey const& decapIntf
 bool FwdDecapGroupSm::MdlDecapGroup::hasKeyOf(Pkt::IpGenPrefix const& prefix) {
    if (!group()) return false;
    DecapKey const key = keyOf(prefix);
-   IntfKeyUse const* const use = fromIntf_.find(key);
+   IntfKeyUse const* const use = fromIntf_.find(hashedKey(key));
    if (use != nullptr && use->isMember()) return true;
    // The address may still have its old key.
    if (!mayHaveOldKeys()) return false;
@@ -271,8 +271,8 @@ Mdl::Ptr<IntfAddressType> FwdDecapGroupSm::MdlDecapGroup::intfAddressType(
 
 Mdl::Ptr<IntfAddressType> FwdDecapGroupSm::MdlDecapGroup::intfAddressTypeIs(
     Pkt::IntfId const& intfId) {
-   if (auto const record = intfAddressType(intfId)) return record;
-   auto const record = Mdl::allocate<IntfAddressType>(intfId);
+   if (auto known = intfAddressType(intfId)) return known;
+   auto record = Mdl::allocate<IntfAddressType>(intfId);
    intfAddressType_.insertOrAssign(intfId, record);
    return record;
 }

@@ -72,42 +72,42 @@ class GroupKeys {
  public:
    using Keys = Mdl::Collection<DecapKey, Use>;
 
-   explicit GroupKeys(std::uint32_t seedConstant) : keys_(seedConstant) {}
-
    auto walk() const { return keys_.walk(); }
 
-   Use* find(DecapKey const& key) { return keys_.find(key); }
-   Use const* find(DecapKey const& key) const { return keys_.find(key); }
+   Use* find(HashedKey const& key) { return keys_.find(key); }
+   Use const* find(HashedKey const& key) const { return keys_.find(key); }
 
-   bool isListed(DecapKey const& key) const {
+   bool isListed(HashedKey const& key) const {
       Use const* const use = find(key);
       return use != nullptr && use->listed;
    }
-   bool isHeld(DecapKey const& key) const {
+   bool isHeld(HashedKey const& key) const {
       Use const* const use = find(key);
       return use != nullptr && use->held;
    }
 
    /// The entry of a key, created when there is none.
-   Use& entry(DecapKey const& key) { return *keys_.tryInsert(key).value; }
+   Use& entry(HashedKey const& key) { return *keys_.tryInsert(key).value; }
 
-   void list(DecapKey const& key, bool value) {
-      Use& use = entry(key);
+   void list(HashedKey const& key, bool value) { list(entry(key), value); }
+   /// The same for an entry that the caller has found.
+   void list(Use& use, bool value) {
       use.listed = true;
       use.leaving = false;
       use.value = value;
    }
 
-   void unlist(DecapKey const& key) {
-      if (Use* const use = find(key)) {
-         use->listed = false;
-         use->value = false;
-         dropIfUnused(key, *use);
-      }
+   void unlist(HashedKey const& key) {
+      if (Use* const use = find(key)) unlist(key, *use);
+   }
+   void unlist(HashedKey const& key, Use& use) {
+      use.listed = false;
+      use.value = false;
+      dropIfUnused(key, use);
    }
 
    /// Nothing calls for the key any more.
-   void forget(DecapKey const& key) {
+   void forget(HashedKey const& key) {
       if (Use* const use = find(key)) {
          Use rest;
          rest.held = use->held;
@@ -120,7 +120,7 @@ class GroupKeys {
    /// until then.
    void leaveAll() {
       for (auto const& entry : keys_.walk()) {
-         Use* const use = find(entry.key);
+         Use* const use = find(entry.hashed());
          if (use == nullptr) continue;
          Use rest;
          rest.value = use->value;
@@ -128,12 +128,12 @@ class GroupKeys {
          rest.held = use->held;
          rest.leaving = true;
          *use = std::move(rest);
-         dropIfUnused(entry.key, *use);
+         dropIfUnused(entry.hashed(), *use);
       }
    }
 
    /// Clears the mark of a held reference, which the caller gives back. False when it is not held.
-   bool letGo(DecapKey const& key) {
+   bool letGo(HashedKey const& key) {
       Use* const use = find(key);
       if (use == nullptr || !use->held) return false;
       use->held = false;
@@ -150,11 +150,11 @@ class GroupKeys {
    }
 
    void unlistAll() {
-      for (auto const& entry : keys_.walk()) unlist(entry.key);
+      for (auto const& entry : keys_.walk()) unlist(entry.hashed());
    }
 
  private:
-   void dropIfUnused(DecapKey const& key, Use const& use) {
+   void dropIfUnused(HashedKey const& key, Use const& use) {
       if (!use.listed && !use.held && !use.isWanted()) keys_.erase(key);
    }
 

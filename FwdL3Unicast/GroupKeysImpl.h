@@ -15,13 +15,13 @@ namespace Fwd {
 /// The mark is set as soon as the count is raised and before hardware is asked: a hook that
 /// releases the key inside the call finds it held.
 template <class Use>
-void FwdDecapGroupSm::MdlDecapGroup::hold(GroupKeys<Use>& keys, DecapKey const& key) {
+void FwdDecapGroupSm::MdlDecapGroup::hold(GroupKeys<Use>& keys, HashedKey const& key) {
    if (isMarkedForDeletion() || leaving_ || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    FWD_TRACE_AS("createDecapEntry", 2,
                 "createDecapEntry"
-                    << " decapKey=" << key);
-   if (keys.isHeld(key) || isStopped(key)) return;
+                    << " decapKey=" << key.key());
+   if (keys.isHeld(key) || isStopped(key.key())) return;
    // The hook has been asked whether to wait, and may have done anything.
    Use* const use = keys.find(key);
    if (use == nullptr || use->held || isMarkedForDeletion()) return;
@@ -33,18 +33,18 @@ void FwdDecapGroupSm::MdlDecapGroup::hold(GroupKeys<Use>& keys, DecapKey const& 
 /// Gives back the reference that the set holds on a key; a key that it does not hold is left
 /// alone, whoever else holds it.
 template <class Use>
-void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, DecapKey const& key) {
+void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, HashedKey const& key) {
    if (stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   traceWithdrawal(key);
-   if (!keys.letGo(key) || stateMachine->refCount(key) == 0) return;
+   traceWithdrawal(key.key());
+   if (!keys.letGo(key) || stateMachine->references(key) == 0) return;
    stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
 }
 
 /// Gives back every reference of a set, whose lists stay. An exception does not keep the others.
 template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors) {
-   for (auto const& entry : keys.walk()) errors.attempt([&] { letGo(keys, entry.key); });
+   for (auto const& entry : keys.walk()) errors.attempt([&] { letGo(keys, entry.hashed()); });
 }
 
 /// Gives back every reference of a set and empties it. An exception does not keep the others.
@@ -56,11 +56,11 @@ void FwdDecapGroupSm::MdlDecapGroup::forgetAll(GroupKeys<Use>& keys, FirstExcept
    for (auto const& entry : keys.walk()) {
       // A hook that re-keys the group may also take a key again that has just been given back.
       do {
-         errors.attempt([&] { letGo(keys, entry.key); });
+         errors.attempt([&] { letGo(keys, entry.hashed()); });
          // One that rebuilds the group has emptied the set: what it holds now is to stay.
          if (rebuilds_ != mine) return;
-         keys.forget(entry.key);
-      } while (keys.isHeld(entry.key));
+         keys.forget(entry.hashed());
+      } while (keys.isHeld(entry.hashed()));
    }
 }
 

@@ -21,30 +21,32 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
                     << " decapIp " << prefix);
    // 3.
    DecapKey const key = keyOf(prefix);
+   HashedKey const hashed = hashedKey(key);
    FirstException errors;
    // 4.
    if (!isConfigured(prefix)) {
       // 5.
       FWD_TRACE(2, " delete ");
       if (anotherCallsFor(key)) return;
-      withdrawPrefixKey(key, errors);
+      withdrawPrefixKey(hashed, errors);
       // The prefix may still have an old key, unless a hook has brought it back.
       if (mayHaveOldKeys()) {
          for (auto const& entry : fromIp_.walk()) {
             if (isConfigured(prefix)) break;
             bool const stale = entry.key.dstIp() == key.dstIp() && entry.key != key;
-            if (stale && entry.value.wanted) withdrawPrefixKey(entry.key, errors);
+            if (stale && entry.value.wanted) withdrawPrefixKey(entry.hashed(), errors);
          }
       }
    } else {
       // 6.
       FWD_TRACE(2, " add ");
-      DecapKey const held = keyOfPrefix(key);
+      DecapKey const heldKey = keyOfPrefix(key);
+      HashedKey const held = heldKey == key ? hashed : hashedKey(heldKey);
       fromIp_.entry(held).wanted = true;
       errors.attempt([&] { hold(fromIp_, held); });
       // A hook may have taken the prefix away again.
-      PrefixKeyUse const* const now = fromIp_.find(held);
-      if (now != nullptr && now->wanted) fromIp_.list(held, true);
+      PrefixKeyUse* const now = fromIp_.find(held);
+      if (now != nullptr && now->wanted) fromIp_.list(*now, true);
    }
    errors.rethrow();
 }
@@ -52,14 +54,14 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
 /// The key that a prefix has already: the one of the group's values of now, or one that kept its
 /// old values because nobody could follow. Derived again it stays what it is.
 DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfPrefix(DecapKey const& key) const {
-   if (rekeyDepth_ != 0 || !missedChanges_ || fromIp_.find(key) != nullptr) return key;
+   if (rekeyDepth_ != 0 || !missedChanges_ || fromIp_.find(hashedKey(key)) != nullptr) return key;
    for (auto const& entry : fromIp_.walk()) {
       if (entry.key.dstIp() == key.dstIp() && entry.value.wanted) return entry.key;
    }
    return key;
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(DecapKey const& key,
+void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
                                                        FirstException& errors) {
    if (PrefixKeyUse* const use = fromIp_.find(key)) {
       use->wanted = false;
@@ -67,8 +69,8 @@ void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(DecapKey const& key,
    }
    errors.attempt([&] { letGo(fromIp_, key); });
    // A hook may have brought the prefix back.
-   PrefixKeyUse const* const now = fromIp_.find(key);
-   if (now != nullptr && !now->wanted) fromIp_.unlist(key);
+   PrefixKeyUse* const now = fromIp_.find(key);
+   if (now != nullptr && !now->wanted) fromIp_.unlist(key, *now);
 }
 
 /// Whether the configuration has the prefix under the group's name. A reactor that a hook has put
@@ -76,8 +78,10 @@ void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(DecapKey const& key,
 bool FwdDecapGroupSm::MdlDecapGroup::isConfigured(Pkt::IpGenPrefix const& prefix) const {
    if (stateMachine_ == nullptr) return false;
    auto const config = stateMachine_->dgConfig();
-   auto const configured = config ? config->decapGroup(name_) : nullptr;
-   return configured && configured->decapIpHas(prefix);
+   if (!config) return false;
+   auto const* const configured =
+       config->decapGroup().find(Mdl::Hashed<Mdl::String>(name_, nameHash_));
+   return configured != nullptr && (*configured)->decapIpHas(prefix);
 }
 
 /// Whether a configured prefix gives the key of one that has gone. Only prefixes of length zero
@@ -101,7 +105,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    // A group that has been put to rest has withdrawn everything already.
    if (!stateMachine || isMarkedForDeletion()) return;
+   // What the arguments stand in may go with what a hook does.
    Pkt::IpGenPrefix const prefix = prefixArgument;
+   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
    AddressOrigin const origin = originArgument;
    // 1.
    if (!stateMachine->initializedAndReady()) return;
@@ -126,12 +132,12 @@ void FwdDecapGroupSm::MdlDecapGroup::handleIpIntfStatusChange(
 }
 
 bool FwdDecapGroupSm::MdlDecapGroup::decapKeyFromIp(DecapKey const& key) const {
-   PrefixKeyUse const* const use = fromIp_.find(key);
+   PrefixKeyUse const* const use = fromIp_.find(hashedKey(key));
    return use != nullptr && use->value;
 }
 
 bool FwdDecapGroupSm::MdlDecapGroup::decapKeyFromIntf(DecapKey const& key) const {
-   IntfKeyUse const* const use = fromIntf_.find(key);
+   IntfKeyUse const* const use = fromIntf_.find(hashedKey(key));
    return use != nullptr && use->value;
 }
 

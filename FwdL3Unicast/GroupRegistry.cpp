@@ -23,6 +23,8 @@ void FwdDecapGroupSm::decapGroupIs(Mdl::Ptr<DecapGroup const> const& groupArgume
    // 1.
    if (!groupArgument) throw Mdl::NullArgumentException(typeName, "mdlDecapGroup");
    Mdl::Ptr<FwdDecapGroupSm> const self(this);
+   // The caller's pointer may go with what a hook does.
+   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
    Mdl::Ptr<DecapGroup const> const group = groupArgument;
    // 2.
    auto reactor = mdlDecapGroup(group->name());

@@ -130,28 +130,29 @@ void FwdDecapGroupSm::MdlDecapGroup::rekeySet(GroupKeys<Use>& keys, Rekeyed cons
       if (onlyStale && rekeyed(entry.key) == entry.key) continue;
       // A hook that runs a re-keying of its own may take the old key again meanwhile.
       do {
-         errors.attempt([&] { letGo(keys, entry.key); });
-      } while (keys.isHeld(entry.key) && group() && !isMarkedForDeletion());
+         errors.attempt([&] { letGo(keys, entry.hashed()); });
+      } while (keys.isHeld(entry.hashed()) && group() && !isMarkedForDeletion());
       // The hook may have put the group to rest, or done away with the key.
-      Use const* const now = keys.find(entry.key);
+      Use const* const now = keys.find(entry.hashed());
       if (now == nullptr || !group() || isMarkedForDeletion()) continue;
       if (!now->isMember()) continue;
-      errors.attempt([&] { rekeyOne(keys, entry.key, rekeyed(entry.key)); });
+      errors.attempt([&] { rekeyOne(keys, entry.hashed(), rekeyed(entry.key)); });
    }
 }
 
 /// The old key has been given back. The set changes before the new key is taken, unlike for a
 /// single prefix; the difference is deliberate and without effect on the counts.
 template <class Use>
-void FwdDecapGroupSm::MdlDecapGroup::rekeyOne(GroupKeys<Use>& keys, DecapKey const& oldKey,
+void FwdDecapGroupSm::MdlDecapGroup::rekeyOne(GroupKeys<Use>& keys, HashedKey const& oldKey,
                                               DecapKey const& newKey) {
    Use const reasons = *keys.find(oldKey);
    keys.forget(oldKey);
-   Use& use = keys.entry(newKey);
+   HashedKey const hashed = hashedKey(newKey);
+   Use& use = keys.entry(hashed);
    use.absorb(reasons);
    use.listed = true;
    use.value = true;
-   hold(keys, newKey);
+   hold(keys, hashed);
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::handleDelete() {

@@ -26,8 +26,9 @@ Outcome outcomeOf(dgRetCode answer) noexcept {
 
 }  // namespace
 
-HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, DecapKey const& key) noexcept
-    : stateMachine_(stateMachine), key_(key), outer_(stateMachine.hardwareCalls_) {
+HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, HashedKey const& key) noexcept
+    : stateMachine_(stateMachine), key_(key.key()), hash_(key.hash()), destination_(key_),
+      outer_(stateMachine.hardwareCalls_) {
    stateMachine.hardwareCalls_ = this;
 }
 
@@ -44,7 +45,7 @@ bool HardwareCall::program() {
    // One VRF at a time owns a destination: the key waits until the owner leaves.
    if (ownerIsAnother()) {
       stateMachine_.traceOwner("createDecapEntry", key_);
-      stateMachine_.addKeyToUnprogrammed(key_);
+      stateMachine_.addToBacklog(hashed());
       return false;
    }
    FWD_TRACE_AS("createDecapEntry", 2, " add key to hw " << key_);
@@ -65,9 +66,9 @@ dgRetCode HardwareCall::retry() {
    } else if (outcomeOf(answer) == Outcome::retryLater) {
       // No effect on a key that still waits; one that was released and wanted again meanwhile
       // has left the backlog.
-      stateMachine_.addKeyToUnprogrammed(key_);
-   } else if (!stateMachine_.unprogrammedKeyHas(key_)) {
-      stateMachine_.refusedKey_.insertOrAssign(key_, answer);
+      stateMachine_.addToBacklog(hashed());
+   } else if (!stateMachine_.unprogrammedKey_.contains(hashed())) {
+      stateMachine_.refusedKey_.insertOrAssign(hashed(), answer);
    }
    return answer;
 }
@@ -78,7 +79,8 @@ void HardwareCall::remove() {
    // The owner goes with any of its keys, even while another key of the same destination stays in
    // hardware. This is deliberate: the next VRF that asks is let in.
    errors.attempt([&] {
-      stateMachine_.tunnelTypeDecapIpToVrfDel({key_.tunnelType(), key_.dstIp()});
+      stateMachine_.entryDel(stateMachine_.tunnelTypeDecapIpToVrf_, destination_.hashed(),
+                             memberId::tunnelTypeDecapIpToVrf);
    });
    if (isCounted()) {
       errors.attempt([&] { program(); });
@@ -88,11 +90,10 @@ void HardwareCall::remove() {
    errors.rethrow();
 }
 
-bool HardwareCall::isCounted() const { return stateMachine_.refCountHas(key_); }
+bool HardwareCall::isCounted() const { return stateMachine_.refCount_.contains(hashed()); }
 
 bool HardwareCall::ownerIsAnother() const {
-   auto const* const owner =
-       stateMachine_.tunnelTypeDecapIpToVrf().find({key_.tunnelType(), key_.dstIp()});
+   auto const* const owner = stateMachine_.tunnelTypeDecapIpToVrf_.find(destination_.hashed());
    return owner != nullptr && *owner != key_.forwardingVrf();
 }
 
@@ -102,7 +103,7 @@ dgRetCode HardwareCall::ask() {
    } catch (...) {
       // A hook that throws has not programmed the key; as long as somebody wants it, it waits.
       FirstException errors;
-      if (isCounted()) errors.attempt([&] { stateMachine_.addKeyToUnprogrammed(key_); });
+      if (isCounted()) errors.attempt([&] { stateMachine_.addToBacklog(hashed()); });
       throw;
    }
 }
@@ -118,7 +119,7 @@ void HardwareCall::settle(dgRetCode answer) {
       case Outcome::givenUp:
          // Neither recorded as owner nor tried again, and still counted: deliberate. Its last
          // release asks hardware to remove it all the same.
-         stateMachine_.refusedKey_.insertOrAssign(key_, answer);
+         stateMachine_.refusedKey_.insertOrAssign(hashed(), answer);
          return;
    }
 }
@@ -139,16 +140,18 @@ void HardwareCall::recordSuccess() {
       // two must go, and the other one is in the books.
       FirstException errors;
       errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
-      if (isCounted()) errors.attempt([&] { stateMachine_.addKeyToUnprogrammed(key_); });
+      if (isCounted()) errors.attempt([&] { stateMachine_.addToBacklog(hashed()); });
       errors.rethrow();
       return;
    }
-   stateMachine_.refusedKey_.erase(key_);
+   stateMachine_.refusedKey_.erase(hashed());
    FirstException errors;
-   errors.attempt([&] { stateMachine_.unprogrammedKeyDel(key_); });
    errors.attempt([&] {
-      stateMachine_.tunnelTypeDecapIpToVrfIs({key_.tunnelType(), key_.dstIp()},
-                                             key_.forwardingVrf());
+      stateMachine_.entryDel(stateMachine_.unprogrammedKey_, hashed(), memberId::unprogrammedKey);
+   });
+   errors.attempt([&] {
+      stateMachine_.entryIs(stateMachine_.tunnelTypeDecapIpToVrf_, destination_.hashed(),
+                            key_.forwardingVrf(), memberId::tunnelTypeDecapIpToVrf);
    });
    errors.rethrow();
 }
@@ -156,7 +159,7 @@ void HardwareCall::recordSuccess() {
 void HardwareCall::recordRefusal(dgRetCode answer) {
    FWD_TRACE_AS("createDecapEntry", 2, " add key to unprogrammed " << key_);
    FirstException errors;
-   errors.attempt([&] { stateMachine_.addKeyToUnprogrammed(key_); });
+   errors.attempt([&] { stateMachine_.addToBacklog(hashed()); });
    if (answer == dgRcHwFull) {
       // Every refusal is logged, whether or not the flag stands already. The review logs only the
       // change; the difference is deliberate.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FwdL3Unicast/DecapKey.h"
+#include "FwdL3Unicast/DestinationOf.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 #include "FwdL3Unicast/dgRetCode.h"
 
@@ -19,7 +20,7 @@ namespace Fwd {
 /// I1: at most one object exists for a key.
 class HardwareCall {
  public:
-   HardwareCall(FwdDecapGroupSm& stateMachine, DecapKey const& key) noexcept;
+   HardwareCall(FwdDecapGroupSm& stateMachine, HashedKey const& key) noexcept;
    ~HardwareCall();
    HardwareCall(HardwareCall const&) = delete;
    HardwareCall& operator=(HardwareCall const&) = delete;
@@ -40,6 +41,7 @@ class HardwareCall {
    void remove();
 
  private:
+   HashedKey hashed() const noexcept { return HashedKey(key_, hash_); }
    bool isCounted() const;
    bool ownerIsAnother() const;
    dgRetCode ask();
@@ -50,6 +52,8 @@ class HardwareCall {
 
    FwdDecapGroupSm& stateMachine_;
    DecapKey const key_;
+   std::uint32_t const hash_;
+   DestinationOf const destination_;
    HardwareCall* const outer_;
 };
 

@@ -139,7 +139,7 @@ Mdl::Ptr<Ip6::IntfStatus const> FwdDecapGroupSm::ip6IntfStatus(Pkt::IntfId const
 
 Mdl::Ptr<DecapIntfIp> FwdDecapGroupSm::decapIntfIpIs(Pkt::IntfId const& intfId) {
    if (auto const* const record = decapIntfIp_.find(intfId)) return *record;
-   auto const record = Mdl::allocate<DecapIntfIp>(intfId);
+   auto record = Mdl::allocate<DecapIntfIp>(intfId);
    record->hasNotificationActiveIs(true);
    entryIs(decapIntfIp_, intfId, record, memberId::decapIntfIp);
    return record;

@@ -12,27 +12,25 @@ namespace Fwd {
 void FwdDecapGroupSm::updateRefCount(DecapKey const& key, bool inc) {
    if (key == invalidDecapKey || key == emptyDecapKey) return;
    DecapKey const pinned = key;
-   changeRefCount(pinned, inc);
+   changeRefCount(hashedKey(pinned), inc);
    notify(memberId::refCount, &pinned);
+}
+
+std::uint32_t FwdDecapGroupSm::references(HashedKey const& key) const {
+   std::uint32_t const* const stored = refCount_.find(key);
+   return stored == nullptr ? 0 : *stored;
 }
 
 /// Changes the count and tells nobody yet; returns the new count. Either it has changed, or an
 /// exception for lack of memory says that nothing has.
-std::uint32_t FwdDecapGroupSm::changeRefCount(DecapKey const& key, bool inc) {
-   std::uint32_t* const stored = refCount_.find(key);
+std::uint32_t FwdDecapGroupSm::changeRefCount(HashedKey const& key, bool inc) {
+   std::uint32_t* const stored = inc ? refCount_.tryInsert(key, 0U).value : refCount_.find(key);
    std::uint32_t const references = stored == nullptr ? 0 : *stored;
    FWD_TRACE_AS("updateRefCount", 2,
                 "updateRefCount"
-                    << " key " << key << " refCount " << references
+                    << " key " << key.key() << " refCount " << references
                     << (inc ? " inc by 1" : " dec by 1"));
-   if (inc) {
-      if (stored == nullptr) {
-         refCount_.insertOrAssign(key, 1);
-      } else {
-         *stored = references + 1;
-      }
-      return references + 1;
-   }
+   if (inc) return *stored = references + 1;
    if (references == 0) {
       Mdl::assertionFailed("0", sourceFile,
                            "void Fwd::FwdDecapGroupSm::updateRefCount(const Fwd::DecapKey&, bool)");
@@ -48,42 +46,42 @@ std::uint32_t FwdDecapGroupSm::changeRefCount(DecapKey const& key, bool inc) {
 
 /// Step by step what a new reference means: tell, and on the first one hand the key to hardware
 /// and ask for a verification. A watcher that throws does not stop the rest.
-void FwdDecapGroupSm::referenceTaken(DecapKey const& key, std::uint32_t references) {
+void FwdDecapGroupSm::referenceTaken(HashedKey const& key, std::uint32_t references) {
    FirstException errors;
-   errors.attempt([&] { notify(memberId::refCount, &key); });
+   errors.attempt([&] { notify(memberId::refCount, &key.key()); });
    bool asked = false;
-   if (references == 1 && refCountHas(key)) errors.attempt([&] { asked = handOver(key); });
+   if (references == 1 && refCount_.contains(key)) errors.attempt([&] { asked = handOver(key); });
    if (asked) errors.attempt([&] { requestVerifyIfAsked(); });
    errors.rethrow();
 }
 
-void FwdDecapGroupSm::referenceReleased(DecapKey const& key, std::uint32_t references) {
+void FwdDecapGroupSm::referenceReleased(HashedKey const& key, std::uint32_t references) {
    FirstException errors;
-   errors.attempt([&] { notify(memberId::refCount, &key); });
-   if (references == 0 && !refCountHas(key)) errors.attempt([&] { takeBack(key); });
+   errors.attempt([&] { notify(memberId::refCount, &key.key()); });
+   if (references == 0 && !refCount_.contains(key)) errors.attempt([&] { takeBack(key); });
    errors.rethrow();
 }
 
 /// The key has its first reference. False when hardware need not be asked: another VRF owns the
 /// destination, or a call that is under way for the key answers for it.
-bool FwdDecapGroupSm::handOver(DecapKey const& key) {
-   if (HardwareCall::isUnderWay(*this, key)) return false;
+bool FwdDecapGroupSm::handOver(HashedKey const& key) {
+   if (HardwareCall::isUnderWay(*this, key.key())) return false;
    return HardwareCall(*this, key).program();
 }
 
 /// The key has lost its last reference.
-void FwdDecapGroupSm::takeBack(DecapKey const& key) {
-   FWD_TRACE_AS("deleteDecapEntry", 2, " delete key from hw " << key);
-   if (unprogrammedKeyHas(key)) {
+void FwdDecapGroupSm::takeBack(HashedKey const& key) {
+   FWD_TRACE_AS("deleteDecapEntry", 2, " delete key from hw " << key.key());
+   if (unprogrammedKey_.contains(key)) {
       // Hardware never held it: the hook is not called, and no other VRF can be let in.
       FirstException errors;
-      errors.attempt([&] { unprogrammedKeyDel(key); });
+      errors.attempt([&] { entryDel(unprogrammedKey_, key, memberId::unprogrammedKey); });
       // A review that is still to come clears the alarm; without one nobody else would.
       if (!reviewScheduled()) errors.attempt([&] { clearHwResourceFull(); });
       errors.rethrow();
       return;
    }
-   if (HardwareCall::isUnderWay(*this, key)) return;
+   if (HardwareCall::isUnderWay(*this, key.key())) return;
    HardwareCall(*this, key).remove();
 }
 

@@ -4,18 +4,10 @@
 
 namespace Fwd {
 
-namespace {
-
-// Each collection keyed by DecapKey has a seed of its own.
-constexpr std::uint32_t fromIntfSeed = 0x9e3779b9;
-constexpr std::uint32_t fromIpSeed = 0x85ebca6b;
-
-}  // namespace
-
 FwdDecapGroupSm::MdlDecapGroup::MdlDecapGroup(Mdl::Ptr<DecapGroup const> const& group,
                                               FwdDecapGroupSm* stateMachine)
     : NotifieeConst(group), stateMachine_(stateMachine),
-      name_(group ? group->name() : Mdl::String()), fromIntf_(fromIntfSeed), fromIp_(fromIpSeed) {
+      name_(group ? group->name() : Mdl::String()), nameHash_(name_.hash(Mdl::hashSeed32())) {
    isRegisteredNotifieeIs(true);
 }
 

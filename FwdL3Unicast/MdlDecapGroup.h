@@ -77,13 +77,15 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    // The sets, as they show themselves.
 
    bool decapKeyFromIp(DecapKey const& key) const;
-   void decapKeyFromIpIs(DecapKey const& key, bool value) { fromIp_.list(key, value); }
-   void decapKeyFromIpDel(DecapKey const& key) { fromIp_.unlist(key); }
+   void decapKeyFromIpIs(DecapKey const& key, bool value) { fromIp_.list(hashedKey(key), value); }
+   void decapKeyFromIpDel(DecapKey const& key) { fromIp_.unlist(hashedKey(key)); }
    void decapKeyFromIpDelAll() { fromIp_.unlistAll(); }
    GroupKeys<PrefixKeyUse> const& decapKeyFromIp() const noexcept { return fromIp_; }
    bool decapKeyFromIntf(DecapKey const& key) const;
-   void decapKeyFromIntfIs(DecapKey const& key, bool value) { fromIntf_.list(key, value); }
-   void decapKeyFromIntfDel(DecapKey const& key) { fromIntf_.unlist(key); }
+   void decapKeyFromIntfIs(DecapKey const& key, bool value) {
+      fromIntf_.list(hashedKey(key), value);
+   }
+   void decapKeyFromIntfDel(DecapKey const& key) { fromIntf_.unlist(hashedKey(key)); }
    void decapKeyFromIntfDelAll() { fromIntf_.unlistAll(); }
    GroupKeys<IntfKeyUse> const& decapKeyFromIntf() const noexcept { return fromIntf_; }
 
@@ -153,7 +155,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool isStopped(DecapKey const& key) const;
    bool isConfigured(Pkt::IpGenPrefix const& prefix) const;
    bool anotherCallsFor(DecapKey const& key) const;
-   void withdrawPrefixKey(DecapKey const& key, FirstException& errors);
+   void withdrawPrefixKey(HashedKey const& key, FirstException& errors);
    DecapKey keyOfOrigin(DecapKey const& key, AddressOrigin const& origin) const;
    DecapKey keyOfPrefix(DecapKey const& key) const;
    /// Whether keys may have other values than the group has now.
@@ -162,9 +164,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void traceWithdrawal(DecapKey const& key) const;
 
    template <class Use>
-   void hold(GroupKeys<Use>& keys, DecapKey const& key);
+   void hold(GroupKeys<Use>& keys, HashedKey const& key);
    template <class Use>
-   void letGo(GroupKeys<Use>& keys, DecapKey const& key);
+   void letGo(GroupKeys<Use>& keys, HashedKey const& key);
    template <class Use>
    void letGoAll(GroupKeys<Use>& keys, FirstException& errors);
    template <class Use>
@@ -192,10 +194,11 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void rekeySet(GroupKeys<Use>& keys, Rekeyed const& rekeyed, bool onlyStale,
                  FirstException& errors);
    template <class Use>
-   void rekeyOne(GroupKeys<Use>& keys, DecapKey const& oldKey, DecapKey const& newKey);
+   void rekeyOne(GroupKeys<Use>& keys, HashedKey const& oldKey, DecapKey const& newKey);
 
    FwdDecapGroupSm* stateMachine_;
    Mdl::String const name_;
+   std::uint32_t const nameHash_;
    bool following_ = false;
    bool leaving_ = false;
    unsigned replayed_ = 0;

@@ -17,20 +17,22 @@ void forEachKeyOf(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
    auto const& fromIp = reactor->decapKeyFromIp();
    auto const& fromIntf = reactor->decapKeyFromIntf();
    for (auto const& entry : fromIp.walk()) {
-      if (!fromIp.isListed(entry.key)) continue;
-      visit(entry.key, fromIp.isHeld(entry.key) || fromIntf.isHeld(entry.key));
+      if (!fromIp.isListed(entry.hashed())) continue;
+      visit(entry.key, fromIp.isHeld(entry.hashed()) || fromIntf.isHeld(entry.hashed()));
    }
    for (auto const& entry : fromIntf.walk()) {
-      if (!fromIntf.isListed(entry.key) || fromIp.isListed(entry.key)) continue;
-      visit(entry.key, fromIntf.isHeld(entry.key));
+      if (!fromIntf.isListed(entry.hashed()) || fromIp.isListed(entry.hashed())) continue;
+      visit(entry.key, fromIntf.isHeld(entry.hashed()));
    }
 }
 
 bool groupHasKey(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group,
                  Fwd::DecapKey const& key) {
    auto const reactor = machine.mdlDecapGroup(group);
-   return reactor &&
-          (reactor->decapKeyFromIp().isListed(key) || reactor->decapKeyFromIntf().isListed(key));
+   if (!reactor) return false;
+   Fwd::HashedKey const hashed = Fwd::hashedKey(key);
+   return reactor->decapKeyFromIp().isListed(hashed) ||
+          reactor->decapKeyFromIntf().isListed(hashed);
 }
 
 std::size_t addressKeysOf(Fwd::FwdDecapGroupSm const& machine, Mdl::String const& group) {
@@ -38,7 +40,7 @@ std::size_t addressKeysOf(Fwd::FwdDecapGroupSm const& machine, Mdl::String const
    if (!reactor) return 0;
    auto const& keys = reactor->decapKeyFromIntf();
    std::size_t count = 0;
-   for (auto const& entry : keys.walk()) count += keys.isListed(entry.key) ? 1 : 0;
+   for (auto const& entry : keys.walk()) count += keys.isListed(entry.hashed()) ? 1 : 0;
    return count;
 }
 

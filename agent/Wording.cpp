@@ -68,7 +68,7 @@ std::string vrfText(L3::VrfName const& vrf) {
 
 std::string findingText(Fwd::AuditFinding const& finding) {
    using Kind = Fwd::AuditFinding::Kind;
-   std::string const key = Sim::keyText(finding.key);
+   std::string key = Sim::keyText(finding.key);
    switch (finding.kind) {
       case Kind::countDiffers:
          return key + ": the groups hold " + counted(finding.held, "reference") + ", " +

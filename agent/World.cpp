@@ -177,7 +177,7 @@ Mdl::Ptr<World::DecapGroup> World::groupFor(Mdl::String const& name) {
 }
 
 Mdl::Ptr<World::DecapGroup> World::newGroup(Mdl::String const& name) {
-   auto const made = Mdl::allocate<DecapGroup>(name);
+   auto made = Mdl::allocate<DecapGroup>(name);
    made->forwardingVrfIs(L3::VrfName::defaultVrf());
    return made;
 }

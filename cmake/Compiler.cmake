@@ -36,7 +36,7 @@ add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 # Debug builds also check what the standard library is handed. Release builds keep their symbols:
 # a report from the field needs them.
 add_compile_options($<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>)
-set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -DNDEBUG")
 
 if(DECAP_SANITIZE)
    # -O1 halves the run time and keeps the stacks of a report readable, -g1 gives them their lines

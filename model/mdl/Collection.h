@@ -24,6 +24,21 @@ enum class Change : std::uint8_t {
    assigned,  ///< the key was there with another value
 };
 
+/// A key whose hash is known: hash once, use it in every collection with the same seed. Refers to
+/// the key, so it is for the arguments of calls.
+template <class K>
+class Hashed {
+ public:
+   explicit Hashed(K const& key, std::uint32_t hash) noexcept
+       : key_(key), hash_(hash + (hash == 0)) {}  // 0 marks a hole
+   K const& key() const noexcept { return key_; }
+   std::uint32_t hash() const noexcept { return hash_; }
+
+ private:
+   K const& key_;
+   std::uint32_t hash_;
+};
+
 /// A map with unique keys that may be changed while it is walked, and whose order never varies.
 ///
 /// Owner: whoever declares it; usually an entity, a collection an attribute. One thread.
@@ -64,19 +79,7 @@ class Collection {
 
    static constexpr std::uint32_t mostUnindexed = 8;
 
-   /// A key whose hash is known: hash once, use it in every collection with the same seed. Refers
-   /// to the key, so it is for the arguments of calls.
-   class Hashed {
-    public:
-      explicit Hashed(K const& key, std::uint32_t hash) noexcept
-          : key_(key), hash_(hash + (hash == 0)) {}  // 0 marks a hole
-      K const& key() const noexcept { return key_; }
-      std::uint32_t hash() const noexcept { return hash_; }
-
-    private:
-      K const& key_;
-      std::uint32_t hash_;
-   };
+   using Hashed = Mdl::Hashed<K>;
 
    /// What `tryInsert` found or made. The pointer is valid as I4 says.
    struct Place {
@@ -102,8 +105,8 @@ class Collection {
    Hashed hashed(K const& key) const { return Hashed(key, Hasher{}(key, seed_)); }
 
    /// The value under the key, null when absent. Valid as I4 says.
-   V const* find(K const& key) const { return find(hashed(key)); }
-   V* find(K const& key) { return find(hashed(key)); }
+   V const* find(K const& key) const { return empty() ? nullptr : find(hashed(key)); }
+   V* find(K const& key) { return empty() ? nullptr : find(hashed(key)); }
    V const* find(Hashed const& key) const;
    V* find(Hashed const& key) { return const_cast<V*>(std::as_const(*this).find(key)); }
    bool contains(K const& key) const { return find(key) != nullptr; }
@@ -124,14 +127,13 @@ class Collection {
    Place tryInsert(Hashed const& key, Args&&... args);
 
    /// Removes the entry; false when absent.
-   bool erase(K const& key) { return erase(hashed(key)); }
-   bool erase(Hashed const& key) {
-      std::optional<Entry> const gone = extract(key);
-      return gone.has_value();
-   }
+   bool erase(K const& key) { return !empty() && erase(hashed(key)); }
+   bool erase(Hashed const& key) { return extract(key).has_value(); }
 
    /// Removes the entry and hands it out, so that the caller decides when it dies.
-   std::optional<Entry> extract(K const& key) { return extract(hashed(key)); }
+   std::optional<Entry> extract(K const& key) {
+      return empty() ? std::nullopt : extract(hashed(key));
+   }
    std::optional<Entry> extract(Hashed const& key);
 
    /// Removes every entry at once and frees all memory. Walks end. The entries die in their order,
@@ -145,9 +147,6 @@ class Collection {
    /// For loops that only read; see CollectionScan for what the body may do.
    CollectionScan<Collection> begin() const noexcept { return CollectionScan<Collection>(*this); }
    std::default_sentinel_t end() const noexcept { return {}; }
-
-   /// Starts to load what a lookup of this key reads first.
-   void prefetch(Hashed const& key) const noexcept { index_.prefetch(key.hash()); }
 
    /// Heap memory held, without what keys and values hold themselves.
    std::size_t bytes() const noexcept { return store_.bytes() + index_.bytes(); }
@@ -167,6 +166,7 @@ class Collection {
    static constexpr std::uint32_t npos = Store::npos;
 
    std::uint32_t positionOf(Hashed const& key) const;
+   [[gnu::noinline]] std::uint32_t positionOfUnindexed(Hashed const& key) const;
    template <class... Args>
    Slot& insertAbsent(Hashed const& key, Args&&... args);
    void buildIndex();

@@ -35,16 +35,20 @@ std::uint32_t Collection<K, V, Hasher>::positionOf(Hashed const& key) const {
    MDL_ASSERT(key.hash() == hashed(key.key()).hash());
 #endif
    if (index_.active()) {
-      return index_.find(key.hash(), [&](std::uint32_t at) {
-         Slot const& slot = store_.at(at);
-         return slot.hash == key.hash() && slot.key == key.key();
+      return index_.find(key.hash(), [this, &wanted = key.key()](std::uint32_t at) {
+         return store_.at(at).key == wanted;
       });
    }
+   return positionOfUnindexed(key);
+}
+
+template <class K, class V, class Hasher>
+std::uint32_t Collection<K, V, Hasher>::positionOfUnindexed(Hashed const& key) const {
    for (std::uint32_t number = store_.head(); number != npos;) {
       auto const& chunk = store_.chunk(number);
       for (std::uint32_t place = 0; place < chunk.used; ++place) {
-         Slot const& slot = *store_.slots(chunk, place);
-         if (slot.hash == key.hash() && slot.key == key.key()) {
+         if (store_.hashes(chunk)[place] == key.hash() &&
+             store_.slot(chunk, place).key == key.key()) {
             return store_.position(number, place);
          }
       }
@@ -105,7 +109,7 @@ template <class K, class V, class Hasher>
 void Collection<K, V, Hasher>::buildIndex() {
    HashIndex index;
    forEachPosition([&](std::uint32_t at) {
-      std::uint32_t const hash = store_.at(at).hash;
+      std::uint32_t const hash = store_.hashAt(at);
       index.makeRoom(hash, hashes());
       index.insert(hash, at);
    });
@@ -119,10 +123,13 @@ void Collection<K, V, Hasher>::buildIndex() {
 template <class K, class V, class Hasher>
 std::optional<CollectionEntry<K, V>> Collection<K, V, Hasher>::extract(Hashed const& key) {
    // The key may be the entry's own, so it is not read once the entry is taken.
+   std::optional<Entry> gone;
+   if (empty()) return gone;
+   std::uint32_t const hash = key.hash();
    std::uint32_t const at = positionOf(key);
-   if (at == npos) return std::nullopt;
-   if (index_.active()) index_.erase(key.hash(), at, hashes());
-   std::optional<Entry> gone(store_.take(at));
+   if (at == npos) return gone;
+   if (index_.active()) index_.erase(hash, at, hashes());
+   store_.takeInto(gone, at);
    ++removals_;
    closeHoles(at >> Store::chunkBits);
    return gone;
@@ -174,10 +181,10 @@ template <class K, class V, class Hasher>
 HashIndex::Hashes Collection<K, V, Hasher>::hashes() const noexcept {
    return {&store_,
            [](void const* store, std::uint32_t at) noexcept {
-              return static_cast<Store const*>(store)->at(at).hash;
+              return static_cast<Store const*>(store)->hashAt(at);
            },
            [](void const* store, std::uint32_t at) noexcept {
-              __builtin_prefetch(&static_cast<Store const*>(store)->at(at).hash);
+              static_cast<Store const*>(store)->prefetchHash(at);
            }};
 }
 
@@ -187,7 +194,7 @@ void Collection<K, V, Hasher>::forEachPosition(Visit const& visit) const {
    for (std::uint32_t number = store_.head(); number != npos;) {
       auto const& chunk = store_.chunk(number);
       for (std::uint32_t place = 0; place < chunk.used; ++place) {
-         if (store_.slots(chunk, place)->hash != 0) visit(store_.position(number, place));
+         if (store_.hashes(chunk)[place] != 0) visit(store_.position(number, place));
       }
       number = chunk.next;
    }
@@ -201,9 +208,9 @@ void Collection<K, V, Hasher>::checkInvariants() const {
    MDL_ASSERT(index_.active() || store_.positions() <= mostUnindexed);
    index_.checkInvariants(index_.active() ? size() : 0, hashes());
    forEachPosition([&](std::uint32_t at) {
-      Slot const& slot = store_.at(at);
-      MDL_ASSERT(slot.hash == hashed(slot.key).hash());
-      MDL_ASSERT(positionOf(hashed(slot.key)) == at);
+      K const& key = store_.at(at).key;
+      MDL_ASSERT(store_.hashAt(at) == hashed(key).hash());
+      MDL_ASSERT(positionOf(hashed(key)) == at);
    });
 }
 

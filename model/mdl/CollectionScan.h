@@ -40,12 +40,15 @@ class CollectionScan {
       skipHoles();
    }
 
-   value_type operator*() const noexcept { return {slot_->key, slot_->value}; }
+   value_type operator*() const noexcept {
+      auto const& slot = Store::slot(*slots_, place_);
+      return {slot.key, slot.value};
+   }
 
    CollectionScan& operator++() {
       bool const nothingWasRemoved = removals_ == collection_->removals_;
       MDL_ASSERT(nothingWasRemoved);
-      ++slot_;
+      ++place_;
       skipHoles();
       return *this;
    }
@@ -55,20 +58,23 @@ class CollectionScan {
       return before;
    }
 
-   bool operator==(CollectionScan const& other) const noexcept { return slot_ == other.slot_; }
-   bool operator==(std::default_sentinel_t) const noexcept { return slot_ == end_; }
+   bool operator==(CollectionScan const& other) const noexcept {
+      return chunk_ == other.chunk_ && place_ == other.place_;
+   }
+   bool operator==(std::default_sentinel_t) const noexcept { return place_ == end_; }
 
  private:
    void enterChunk() noexcept {
       auto const& chunk = collection_->store_.chunk(chunk_);
-      std::uint32_t const used = chunk_ == lastChunk_ ? lastUsed_ : chunk.used;
-      slot_ = Store::slots(chunk, 0);
-      end_ = slot_ + used;
+      slots_ = &chunk;
+      hashes_ = Store::hashes(chunk);
+      place_ = 0;
+      end_ = chunk_ == lastChunk_ ? lastUsed_ : chunk.used;
    }
    void skipHoles() noexcept {
       for (;;) {
-         while (slot_ != end_ && slot_->hash == 0) ++slot_;
-         if (slot_ != end_ || chunk_ == lastChunk_) return;
+         while (place_ != end_ && hashes_[place_] == 0) ++place_;
+         if (place_ != end_ || chunk_ == lastChunk_) return;
          chunk_ = collection_->store_.chunk(chunk_).next;
          enterChunk();
       }
@@ -79,8 +85,10 @@ class CollectionScan {
    std::uint32_t chunk_ = Collection::npos;
    std::uint32_t lastChunk_ = Collection::npos;
    std::uint32_t lastUsed_ = 0;
-   typename Store::Slot const* slot_ = nullptr;
-   typename Store::Slot const* end_ = nullptr;
+   typename Store::Chunk const* slots_ = nullptr;
+   std::uint32_t const* hashes_ = nullptr;
+   std::uint32_t place_ = 0;
+   std::uint32_t end_ = 0;
 };
 
 }  // namespace Mdl

@@ -28,7 +28,13 @@ namespace Mdl {
 template <class Collection, class Derived>
 class PinnedWalk : private WalkList::Link {
  public:
-   using Entry = typename Collection::Entry;
+   /// The copy of an entry, and its hash, which nobody needs to compute again.
+   struct Entry : Collection::Entry {
+      std::uint32_t hash;
+      typename Collection::Hashed hashed() const noexcept {
+         return typename Collection::Hashed(this->key, hash);
+      }
+   };
 
    class Cursor {
     public:
@@ -76,7 +82,7 @@ class PinnedWalk : private WalkList::Link {
       std::uint32_t const position = static_cast<Derived*>(this)->nextLive();
       if (position == Collection::npos) return;
       auto const& slot = collection_->store_.at(position);
-      pin_.emplace(Entry{slot.key, slot.value});
+      pin_.emplace(Entry{{slot.key, slot.value}, collection_->store_.hashAt(position)});
    }
 
    Collection const* collection_;
@@ -103,7 +109,7 @@ class Walk : public PinnedWalk<Collection, Walk<Collection>> {
          std::uint32_t const end = chunk_ == lastChunk_ ? lastPlace_ : chunk.used;
          while (place_ < end) {
             std::uint32_t const here = place_++;
-            if (store.slots(chunk, here)->hash != 0) return store.position(chunk_, here);
+            if (store.hashes(chunk)[here] != 0) return store.position(chunk_, here);
          }
          chunk_ = chunk_ == lastChunk_ ? Collection::npos : chunk.next;
          place_ = 0;
@@ -137,7 +143,7 @@ class SortedWalk : public PinnedWalk<Collection, SortedWalk<Collection>> {
    std::uint32_t nextLive() noexcept {
       while (next_ < order_.size()) {
          std::uint32_t const here = order_[next_++];
-         if (this->collection().store_.at(here).hash != 0) return here;
+         if (this->collection().store_.hashAt(here) != 0) return here;
       }
       return Collection::npos;
    }

@@ -57,6 +57,11 @@ class MDL_EXPORT Entity : public PtrInterface {
    template <class C>
    void entryIs(C& collection, typename C::Key const& key, typename C::Value value,
                 AttributeId attribute) {
+      entryIs(collection, collection.hashed(key), std::move(value), attribute);
+   }
+   template <class C>
+   void entryIs(C& collection, typename C::Hashed const& key, typename C::Value value,
+                AttributeId attribute) {
       if (notifiees_.empty()) {
          collection.insertOrAssign(key, std::move(value));
          return;
@@ -64,15 +69,17 @@ class MDL_EXPORT Entity : public PtrInterface {
       // The old value may be what keeps this entity alive, and the caller's key may live in
       // something that a reactor removes.
       Ptr<Entity> const self(this);
-      typename C::Key const pinned = key;
-      if (collection.insertOrAssign(pinned, std::move(value)) != Change::none) {
+      typename C::Key const pinned = key.key();
+      typename C::Hashed const pinnedHashed(pinned, key.hash());
+      if (collection.insertOrAssign(pinnedHashed, std::move(value)) != Change::none) {
          notify(attribute, &pinned);
       }
    }
 
-   /// Removes an entry; an absent one is no change. What the entry held goes last.
-   template <class C>
-   void entryDel(C& collection, typename C::Key const& key, AttributeId attribute) {
+   /// Removes an entry; an absent one is no change. What the entry held goes last. `key` is a key
+   /// of the collection, with or without its hash.
+   template <class C, class K>
+   void entryDel(C& collection, K const& key, AttributeId attribute) {
       if (auto const removed = collection.extract(key)) notify(attribute, &removed->key);
    }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <optional>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -34,7 +35,9 @@ struct CollectionEntry {
 ///
 /// I1 (order): reading the chunks along their links, and each from its first slot to `used`,
 ///    gives the live entries in the order of their insertion.
-/// I2 (holes): a slot holds a key and a value exactly if its hash is not 0.
+/// I2 (holes): a slot holds a key and a value exactly if its hash is not 0. The hashes of a chunk
+///    stand together, behind its slots, so that key and value fill no more memory than they need:
+///    a value that fits into the padding at the end of a key costs nothing.
 /// I3 (still): an entry moves only in `compact` and `tidy`.
 /// I4 (memory): after `tidy`, every chunk but the last is more than half full, and the last has
 ///    fewer holes than half its slots; a removal that is followed by `compact` keeps that.
@@ -44,7 +47,7 @@ struct CollectionEntry {
 /// Exceptions: `room` and `append` throw and then have changed nothing that can be seen; the rest
 /// cannot fail, for which moving a key or a value must not throw. Compaction that finds no memory
 /// is left for later.
-/// Cost: 4 bytes beside key and value, which often fit their padding.
+/// Cost: 4 bytes an entry beside key and value.
 template <class K, class V>
 class EntryStore {
  public:
@@ -54,20 +57,16 @@ class EntryStore {
    static constexpr std::uint32_t chunkSlots = 1U << chunkBits;
    static constexpr std::uint32_t leastSlots = 4;
 
-   /// Room for one entry. The members of the unions live exactly while `hash` is not 0.
+   /// One entry. Nobody assigns to the key, which would write over the value in its padding.
    struct Slot {
-      Slot() noexcept {}
-      ~Slot() {}
+      template <class... Args>
+      explicit Slot(K const& k, Args&&... args) : key(k), value(std::forward<Args>(args)...) {}
+      Slot(Slot&& other) noexcept : key(std::move(other.key)), value(std::move(other.value)) {}
       Slot(Slot const&) = delete;
       Slot& operator=(Slot const&) = delete;
 
-      union {
-         K key;
-      };
-      union {
-         V value;
-      };
-      std::uint32_t hash = 0;
+      [[no_unique_address]] K key;
+      [[no_unique_address]] V value;
    };
 
    struct Chunk {
@@ -109,15 +108,25 @@ class EntryStore {
    }
 
    Slot& at(std::uint32_t position) noexcept {
-      return *slots(*chunks_[position >> chunkBits].chunk, position & (chunkSlots - 1));
+      return slot(*chunks_[position >> chunkBits].chunk, position & (chunkSlots - 1));
    }
    Slot const& at(std::uint32_t position) const noexcept {
-      return *slots(*chunks_[position >> chunkBits].chunk, position & (chunkSlots - 1));
+      return slot(*chunks_[position >> chunkBits].chunk, position & (chunkSlots - 1));
+   }
+   /// 0 for a hole.
+   std::uint32_t hashAt(std::uint32_t position) const noexcept { return *hashPlace(position); }
+   void prefetchHash(std::uint32_t position) const noexcept {
+      __builtin_prefetch(hashPlace(position));
    }
 
-   /// The slot `place` of a chunk, one that was used.
-   static Slot* slots(Chunk const& chunk, std::uint32_t place) noexcept {
-      return std::launder(slotMemory(const_cast<Chunk&>(chunk), place));
+   /// An entry of a chunk, not a hole.
+   static Slot& slot(Chunk const& chunk, std::uint32_t place) noexcept {
+      return *std::launder(slotMemory(const_cast<Chunk&>(chunk), place));
+   }
+   /// The hashes of a chunk's slots, in their order.
+   static std::uint32_t* hashes(Chunk const& chunk) noexcept {
+      return reinterpret_cast<std::uint32_t*>(
+          slotMemory(const_cast<Chunk&>(chunk), chunk.capacity));
    }
 
    /// Makes sure that `append` has a slot, and gives the position that it will use.
@@ -128,7 +137,7 @@ class EntryStore {
    Slot& append(std::uint32_t hash, K const& key, Args&&... args);
 
    /// Removes the entry at `position` and hands it out; its slot is a hole.
-   Entry take(std::uint32_t position) noexcept;
+   void takeInto(std::optional<Entry>& taken, std::uint32_t position) noexcept;
 
    /// Closes up the chunk `number` if its holes are worth it, and frees it if it is empty.
    /// `moved(hash, from, to)` is told of each entry that gets another position. Not while anybody
@@ -146,9 +155,12 @@ class EntryStore {
    void checkInvariants(bool tidied) const;
 
  private:
-   static constexpr std::size_t alignment = std::max(alignof(Slot), alignof(Chunk));
+   /// Entries that can share out cache lines evenly do not straddle them.
+   static constexpr std::size_t slotAlignment =
+       sizeof(Slot) <= 64 && std::has_single_bit(sizeof(Slot)) ? sizeof(Slot) : alignof(Slot);
+   static constexpr std::size_t alignment = std::max(slotAlignment, alignof(Chunk));
    static constexpr std::size_t headBytes =
-       (sizeof(Chunk) + alignof(Slot) - 1) / alignof(Slot) * alignof(Slot);
+       (sizeof(Chunk) + slotAlignment - 1) / slotAlignment * slotAlignment;
    /// Two chunks are united when their entries leave a quarter of a full chunk free.
    static constexpr std::uint32_t unitedSlots = chunkSlots / 4 * 3;
 
@@ -160,6 +172,12 @@ class EntryStore {
 
    static Slot* slotMemory(Chunk& chunk, std::uint32_t place) noexcept {
       return reinterpret_cast<Slot*>(reinterpret_cast<std::byte*>(&chunk) + headBytes) + place;
+   }
+   static std::size_t bytesOf(std::uint32_t capacity) noexcept {
+      return headBytes + capacity * (sizeof(Slot) + sizeof(std::uint32_t));
+   }
+   std::uint32_t* hashPlace(std::uint32_t position) const noexcept {
+      return hashes(*chunks_[position >> chunkBits].chunk) + (position & (chunkSlots - 1));
    }
    Chunk& mutableChunk(std::uint32_t number) noexcept { return *chunks_[number].chunk; }
    static Chunk* allocate(std::uint32_t capacity) noexcept;

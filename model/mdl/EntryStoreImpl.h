@@ -12,10 +12,7 @@ EntryStore<K, V>::~EntryStore() {
    for (std::uint32_t number = head_; number != npos;) {
       Chunk* const chunk = chunks_[number].chunk;
       for (std::uint32_t place = 0; place < chunk->used; ++place) {
-         Slot& slot = *slots(*chunk, place);
-         if (slot.hash == 0) continue;
-         std::destroy_at(std::addressof(slot.value));
-         std::destroy_at(std::addressof(slot.key));
+         if (hashes(*chunk)[place] != 0) std::destroy_at(&slot(*chunk, place));
       }
       number = chunk->next;
       release(chunk);
@@ -24,8 +21,8 @@ EntryStore<K, V>::~EntryStore() {
 
 template <class K, class V>
 typename EntryStore<K, V>::Chunk* EntryStore<K, V>::allocate(std::uint32_t capacity) noexcept {
-   std::size_t const bytes = headBytes + capacity * sizeof(Slot);
-   void* const memory = ::operator new (bytes, std::align_val_t{alignment}, std::nothrow);
+   void* const memory =
+       ::operator new (bytesOf(capacity), std::align_val_t{alignment}, std::nothrow);
    return memory == nullptr ? nullptr : ::new (memory) Chunk{.capacity = capacity};
 }
 
@@ -58,36 +55,30 @@ typename EntryStore<K, V>::Slot& EntryStore<K, V>::append(std::uint32_t hash, K 
    static_assert(std::is_nothrow_move_constructible_v<K>, "compaction must not fail");
    static_assert(std::is_nothrow_move_constructible_v<V>, "compaction must not fail");
    Chunk& last = mutableChunk(tail_);
-   Slot* const slot = ::new (slotMemory(last, last.used)) Slot;
-   std::construct_at(std::addressof(slot->key), key);
-   if constexpr (std::is_nothrow_constructible_v<V, Args&&...>) {
-      std::construct_at(std::addressof(slot->value), std::forward<Args>(args)...);
-   } else {
-      try {
-         std::construct_at(std::addressof(slot->value), std::forward<Args>(args)...);
-      } catch (...) {
-         std::destroy_at(std::addressof(slot->key));
-         throw;
-      }
-   }
-   slot->hash = hash;
+   Slot* const added = ::new (slotMemory(last, last.used)) Slot(key, std::forward<Args>(args)...);
+   hashes(last)[last.used] = hash;
    ++last.used;
    ++last.live;
    ++live_;
    ++positions_;
-   return *slot;
+   return *added;
 }
 
 template <class K, class V>
-typename EntryStore<K, V>::Entry EntryStore<K, V>::take(std::uint32_t position) noexcept {
-   Slot& slot = at(position);
-   Entry entry{std::move(slot.key), std::move(slot.value)};
-   std::destroy_at(std::addressof(slot.value));
-   std::destroy_at(std::addressof(slot.key));
-   slot.hash = 0;
-   --mutableChunk(position >> chunkBits).live;
+void EntryStore<K, V>::takeInto(std::optional<Entry>& taken, std::uint32_t position) noexcept {
+   Chunk& chunk = mutableChunk(position >> chunkBits);
+   std::uint32_t const place = position & (chunkSlots - 1);
+   Slot& entry = slot(chunk, place);
+   // Made where it is to stand: keys are large.
+   struct Made {
+      Slot& from;
+      operator Entry() const noexcept { return {std::move(from.key), std::move(from.value)}; }
+   };
+   taken.emplace(Made{entry});
+   std::destroy_at(&entry);
+   hashes(chunk)[place] = 0;
+   --chunk.live;
    --live_;
-   return entry;
 }
 
 template <class K, class V>
@@ -134,7 +125,7 @@ void EntryStore<K, V>::tidy(Moved const& moved) noexcept {
 template <class K, class V>
 void EntryStore<K, V>::dropHolesAtEnd() noexcept {
    Chunk& last = mutableChunk(tail_);
-   while (last.used != 0 && slots(last, last.used - 1)->hash == 0) {
+   while (last.used != 0 && hashes(last)[last.used - 1] == 0) {
       --last.used;
       --positions_;
    }
@@ -192,19 +183,15 @@ void EntryStore<K, V>::moveEntries(Chunk& from, std::uint32_t fromNumber, Chunk&
                                    std::uint32_t toNumber, std::uint32_t& place,
                                    Moved const& moved) noexcept {
    for (std::uint32_t i = 0; i < from.used; ++i) {
-      Slot* const source = slots(from, i);
-      if (source->hash == 0) continue;
-      std::uint32_t const hash = source->hash;
+      std::uint32_t const hash = std::exchange(hashes(from)[i], 0);
+      if (hash == 0) continue;
       Slot* const target = slotMemory(to, place);
-      if (source != target) {
-         ::new (target) Slot;
-         std::construct_at(std::addressof(target->key), std::move(source->key));
-         std::construct_at(std::addressof(target->value), std::move(source->value));
-         target->hash = hash;
-         std::destroy_at(std::addressof(source->value));
-         std::destroy_at(std::addressof(source->key));
-         source->hash = 0;
+      if (&from != &to || i != place) {
+         Slot& source = slot(from, i);
+         ::new (target) Slot(std::move(source));
+         std::destroy_at(&source);
       }
+      hashes(to)[place] = hash;
       std::uint32_t const oldPosition = position(fromNumber, i);
       std::uint32_t const newPosition = position(toNumber, place++);
       if (oldPosition != newPosition) moved(hash, oldPosition, newPosition);
@@ -215,7 +202,7 @@ template <class K, class V>
 std::size_t EntryStore<K, V>::bytes() const noexcept {
    std::size_t result = chunks_.capacity() * sizeof(Link);
    for (std::uint32_t number = head_; number != npos; number = chunk(number).next) {
-      result += headBytes + chunk(number).capacity * sizeof(Slot);
+      result += bytesOf(chunk(number).capacity);
    }
    return result;
 }
@@ -230,7 +217,7 @@ void EntryStore<K, V>::checkInvariants(bool tidied) const {
       MDL_ASSERT(c.previous == previous);
       MDL_ASSERT(c.used <= c.capacity && c.capacity <= chunkSlots);
       std::uint32_t liveHere = 0;
-      for (std::uint32_t i = 0; i < c.used; ++i) liveHere += slots(c, i)->hash != 0 ? 1U : 0U;
+      for (std::uint32_t i = 0; i < c.used; ++i) liveHere += hashes(c)[i] != 0 ? 1U : 0U;
       MDL_ASSERT(c.live == liveHere);
       MDL_ASSERT(!tidied || !hasManyHoles(number));
       live += c.live;

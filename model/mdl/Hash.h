@@ -47,7 +47,11 @@ inline std::uint32_t hashSeed32() noexcept {
 /// count: mixing a 16-bit 1 is not mixing a 32-bit 1. Results hold within a process of one build;
 /// they are not a format to store.
 ///
-/// Cost: a multiplication an attribute, and two for the result.
+/// Attributes are gathered in a word until the next one does not fit; only then are they mixed in.
+/// How they fit depends on their types alone, which the compiler follows: what is left at run time
+/// is shifts and the multiplications.
+///
+/// Cost: a multiplication for each full word, and one for the result.
 class Hash {
  public:
    explicit constexpr Hash(std::uint32_t seed) noexcept
@@ -56,11 +60,16 @@ class Hash {
    /// One attribute of 8, 16, 32 or 64 bits.
    template <std::unsigned_integral T>
    constexpr Hash& mix(T value) noexcept {
-      return step(value, sizeof(T));
+      if (bits_ + 8 * sizeof(T) > 64) flush();
+      word_ |= std::uint64_t{value} << bits_;
+      bits_ += 8 * sizeof(T);
+      shape_ = shape_ * 9 + sizeof(T);
+      return *this;
    }
 
    /// Any bytes, and how many they are, so that the border between two texts counts.
    constexpr Hash& mix(std::string_view bytes) noexcept {
+      flush();
       char const* at = bytes.data();
       std::size_t left = bytes.size();
       for (; left >= 8; at += 8, left -= 8) step(word(at, 8), 8);
@@ -68,12 +77,22 @@ class Hash {
    }
 
    constexpr std::uint32_t result() const noexcept {
+      Hash whole = *this;
+      whole.flush();
       std::uint64_t const mixed =
-          Detail::multiplyFold(state_ ^ Detail::hashWidth, Detail::hashFinish);
+          Detail::multiplyFold(whole.state_ ^ Detail::hashWidth, Detail::hashFinish);
       return static_cast<std::uint32_t>(mixed ^ (mixed >> 32));
    }
 
  private:
+   /// Mixes in what has been gathered. The widths count, by their sequence.
+   constexpr void flush() noexcept {
+      if (bits_ != 0) step(word_, shape_);
+      word_ = 0;
+      bits_ = 0;
+      shape_ = 0;
+   }
+
    constexpr Hash& step(std::uint64_t value, std::size_t width) noexcept {
       state_ = Detail::multiplyFold(state_ ^ value, Detail::hashStep) + width * Detail::hashWidth;
       return *this;
@@ -89,6 +108,9 @@ class Hash {
    }
 
    std::uint64_t state_;
+   std::uint64_t word_ = 0;
+   std::size_t bits_ = 0;
+   std::size_t shape_ = 0;
 };
 
 /// A small running mixer of 32 bits, fed four bytes at a time. It starts at 0 and takes no seed,

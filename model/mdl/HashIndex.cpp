@@ -3,6 +3,7 @@
 #include "mdl/Assert.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <utility>
 
@@ -10,13 +11,13 @@ namespace Mdl {
 
 HashIndex::HashIndex(HashIndex&& other) noexcept
     : directory_(std::exchange(other.directory_, {})), tables_(std::exchange(other.tables_, 0)),
-      depth_(std::exchange(other.depth_, 0)) {}
+      shift_(std::exchange(other.shift_, 0)) {}
 
 HashIndex& HashIndex::operator=(HashIndex&& other) noexcept {
    HashIndex old(std::move(other));
    std::swap(directory_, old.directory_);
    std::swap(tables_, old.tables_);
-   std::swap(depth_, old.depth_);
+   std::swap(shift_, old.shift_);
    return *this;
 }
 
@@ -24,27 +25,23 @@ HashIndex::~HashIndex() { clear(); }
 
 // ---- Groups and tables --------------------------------------------------------------------------
 
-void HashIndex::Group::tagIs(unsigned slot, std::uint32_t tag) noexcept {
-   if (slot < 8) {
-      unsigned const shift = 8 * slot;
-      tags = (tags & ~(std::uint64_t{0xff} << shift)) | (std::uint64_t{tag} << shift);
-   } else {
-      unsigned const shift = 8 * (slot - 8);
-      moreTags = (moreTags & ~(0xffU << shift)) | (tag << shift);
-   }
-}
-
 /// How many groups hold `count` positions and a third as many again before they are full.
 std::uint32_t HashIndex::groupsFor(std::uint32_t count) noexcept {
    return std::bit_ceil((count + count / 3) / fillPerGroup + 1);
 }
 
+std::size_t HashIndex::bytesOf(std::uint32_t groupCount) noexcept {
+   std::size_t constexpr groupBytes = sizeof(TagGroup) + positionsPerGroup * sizeof(std::uint32_t);
+   return groupCount * groupBytes + sizeof(Table);
+}
+
 HashIndex::Table* HashIndex::allocate(std::uint32_t groupCount, unsigned depth) noexcept {
-   std::size_t const bytes = sizeof(Table) + groupCount * sizeof(Group);
-   void* const memory = ::operator new (bytes, std::align_val_t{alignof(Table)}, std::nothrow);
+   std::size_t const bytes = bytesOf(groupCount);
+   void* const memory = ::operator new(bytes, alignment, std::nothrow);
    if (memory == nullptr) return nullptr;
-   Table* const table = ::new (memory) Table{.groupCount = groupCount, .depth = depth};
-   for (std::uint32_t i = 0; i < groupCount; ++i) ::new (table->groups() + i) Group;
+   std::byte* const head = static_cast<std::byte*>(memory) + bytes - sizeof(Table);
+   Table* const table = ::new (head) Table{.groupCount = groupCount, .depth = depth};
+   for (std::uint32_t i = 0; i < groupCount; ++i) ::new (table->tags() + i) TagGroup;
    return table;
 }
 
@@ -55,80 +52,77 @@ HashIndex::Table* HashIndex::allocateOrThrow(std::uint32_t groupCount, unsigned 
 }
 
 void HashIndex::release(Table* table) noexcept {
-   ::operator delete (static_cast<void*>(table), std::align_val_t{alignof(Table)});
+   ::operator delete(static_cast<void*>(table->positions()), alignment);
 }
 
-/// Keeps I2. The table is not full (I3).
-void HashIndex::put(Table& table, std::uint32_t hash, std::uint32_t position) noexcept {
-   Probe probe(hash, table.groupCount - 1);
-   for (;; probe.next()) {
-      Group& group = table.groups()[probe.group];
-      Chosen const empty = group.matching(0);
-      if (empty.any()) {
-         group.tagIs(empty.first(), probe.tag);
-         group.positions[empty.first()] = position;
-         ++table.count;
-         return;
-      }
-      ++group.passed;
-   }
+/// The counts of a group stand behind its positions, four bits for each class.
+void HashIndex::Table::pass(std::uint32_t group, std::uint32_t passClass) noexcept {
+   std::uint32_t& counts = positions()[group * positionsPerGroup + TagGroup::slots];
+   unsigned const shift = 4 * passClass;
+   TagGroup& tagGroup = tags()[group];
+   if (tagGroup.passed == 0) counts = 0;
+   if ((counts >> shift & 15U) != stuck) counts += 1U << shift;
+   tagGroup.passed = static_cast<std::uint8_t>(tagGroup.passed | 1U << passClass);
+}
+
+void HashIndex::Table::unpass(std::uint32_t group, std::uint32_t passClass) noexcept {
+   std::uint32_t& counts = positions()[group * positionsPerGroup + TagGroup::slots];
+   unsigned const shift = 4 * passClass;
+   if ((counts >> shift & 15U) == stuck) return;
+   counts -= 1U << shift;
+   if ((counts >> shift & 15U) != 0) return;
+   TagGroup& tagGroup = tags()[group];
+   tagGroup.passed = static_cast<std::uint8_t>(tagGroup.passed & ~(1U << passClass));
 }
 
 template <class Visit>
 void HashIndex::forEach(Table& table, Visit const& visit) {
    for (std::uint32_t i = 0; i < table.groupCount; ++i) {
-      Group const& group = table.groups()[i];
-      for (unsigned slot = 0; slot < slotsPerGroup; ++slot) {
-         std::uint64_t const tags =
-             slot < 8 ? group.tags >> (8 * slot) : group.moreTags >> (8 * (slot - 8));
-         if ((tags & 0xffU) != 0) visit(group.positions[slot]);
+      for (Chosen some = table.tags()[i].taken(); some.any(); some.dropFirst()) {
+         visit(table.positions()[i * positionsPerGroup + some.first()]);
       }
    }
 }
 
 // ---- Insertion and growth -----------------------------------------------------------------------
 
-void HashIndex::makeRoom(std::uint32_t hash, Hashes const& hashes) {
+void HashIndex::grow(std::uint32_t hash, Hashes const& hashes) {
    if (!active()) {
       directory_.reserve(1);
-      directory_.push_back({allocateOrThrow(1, 0), 0});
+      directory_.emplace_back(*allocateOrThrow(1, 0));
       tables_ = 1;
+      shift_ = 32;
    }
-   while (directory_[placeOf(hash)].table->full()) {
+   while (tableOf(hash).full()) {
       std::size_t const place = placeOf(hash);
-      Table const& table = *directory_[place].table;
+      Table const& table = directory_[place].table();
       if (table.groupCount >= maxGroups && split(place, hashes)) continue;
       resize(place, allocateOrThrow(table.groupCount * 2, table.depth), hashes);
    }
 }
 
-void HashIndex::insert(std::uint32_t hash, std::uint32_t position) noexcept {
-   put(*directory_[placeOf(hash)].table, hash, position);
-}
-
 /// Lets `table` answer for the hashes of its depth around `place` (I1).
 void HashIndex::publish(std::size_t place, Table* table) noexcept {
-   std::size_t const width = std::size_t{1} << (depth_ - table->depth);
+   std::size_t const width = std::size_t{1} << (depth() - table->depth);
    std::size_t const start = place & ~(width - 1);
-   std::fill_n(directory_.begin() + static_cast<std::ptrdiff_t>(start), width,
-               Place{table, table->groupCount - 1});
+   std::fill_n(directory_.begin() + static_cast<std::ptrdiff_t>(start), width, Place(*table));
 }
 
 /// Moves the positions of the table at `place` into `into`, which replaces it.
 void HashIndex::resize(std::size_t place, Table* into, Hashes const& hashes) noexcept {
-   Table* const old = directory_[place].table;
-   forEach(*old, [&](std::uint32_t at) { hashes.prefetch(hashes.entries, at); });
-   forEach(*old, [&](std::uint32_t at) { put(*into, hashes.at(hashes.entries, at), at); });
+   Table& old = directory_[place].table();
+   forEach(old, [&](std::uint32_t at) { hashes.prefetch(hashes.entries, at); });
+   forEach(old, [&](std::uint32_t at) { put(*into, hashes.at(hashes.entries, at), at); });
    publish(place, into);
-   release(old);
+   release(&old);
 }
 
 /// Replaces the table at `place` by two of the next depth. False, and nothing changed, where that
 /// would not divide its positions or would let the directory get out of proportion (I4).
 bool HashIndex::split(std::size_t place, Hashes const& hashes) {
-   Table& old = *directory_[place].table;
+   Table& old = directory_[place].table();
    if (old.depth >= maxDepth) return false;
-   bool const needsDepth = old.depth == depth_;
+   bool const needsDepth = old.depth == depth();
    if (needsDepth && directory_.size() * 2 > tables_ * directoryPerTable) return false;
 
    // 1. How the positions divide.
@@ -158,7 +152,7 @@ bool HashIndex::split(std::size_t place, Hashes const& hashes) {
       std::uint32_t const hash = hashes.at(hashes.entries, at);
       put((hash & bit) != 0 ? *high : *low, hash, at);
    });
-   std::size_t const half = std::size_t{1} << (depth_ - depth);
+   std::size_t const half = std::size_t{1} << (32 - shift_ - depth);
    publish(place & ~half, low);
    publish(place | half, high);
    ++tables_;
@@ -171,17 +165,18 @@ void HashIndex::doubleDirectory() {
    wider.reserve(directory_.size() * 2);
    for (Place const& place : directory_) wider.insert(wider.end(), 2, place);
    directory_ = std::move(wider);
-   ++depth_;
+   --shift_;
 }
 
 // ---- Removal and giving back --------------------------------------------------------------------
 
-/// The slot of `position`, which must be there; `probe` then stands on its group.
-unsigned HashIndex::locate(Table& table, Probe& probe, std::uint32_t position) noexcept {
+/// Which slot has `position`, which must be there; `probe` then stands on its group.
+std::uint32_t HashIndex::locate(Table& table, Probe& probe, std::uint32_t position) noexcept {
    for (std::uint32_t left = table.groupCount; left != 0; --left, probe.next()) {
-      Group const& group = table.groups()[probe.group];
-      for (Chosen some = group.matching(probe.tag); some.any(); some.dropFirst()) {
-         if (group.positions[some.first()] == position) return some.first();
+      for (Chosen some = table.tags()[probe.group].matching(probe.tag); some.any();
+           some.dropFirst()) {
+         std::uint32_t const slot = probe.group * positionsPerGroup + some.first();
+         if (table.positions()[slot] == position) return slot;
       }
    }
    bool const positionIsIndexed = false;
@@ -190,14 +185,14 @@ unsigned HashIndex::locate(Table& table, Probe& probe, std::uint32_t position) n
 }
 
 void HashIndex::erase(std::uint32_t hash, std::uint32_t position, Hashes const& hashes) noexcept {
-   Table& table = *directory_[placeOf(hash)].table;
+   Table& table = tableOf(hash);
    Probe probe(hash, table.groupCount - 1);
-   unsigned const slot = locate(table, probe, position);
-   table.groups()[probe.group].tagIs(slot, 0);
+   std::uint32_t const slot = locate(table, probe, position);
+   table.tags()[probe.group].tags[slot - probe.group * positionsPerGroup] = 0;
    --table.count;
    // I2: the path no longer leads over the groups before this one.
    for (Probe back(hash, probe.mask); back.group != probe.group; back.next()) {
-      --table.groups()[back.group].passed;
+      table.unpass(back.group, passClassOf(hash));
    }
    if (table.sparse()) giveBack(hash, hashes);
 }
@@ -206,7 +201,7 @@ void HashIndex::erase(std::uint32_t hash, std::uint32_t position, Hashes const& 
 /// shrinks it.
 void HashIndex::giveBack(std::uint32_t hash, Hashes const& hashes) noexcept {
    while (unite(placeOf(hash), hashes)) maybeHalveDirectory();
-   Table const& table = *directory_[placeOf(hash)].table;
+   Table const& table = tableOf(hash);
    std::uint32_t const groups = groupsFor(table.count);
    if (groups >= table.groupCount || !table.sparse()) return;
    if (Table* const into = allocate(groups, table.depth)) resize(placeOf(hash), into, hashes);
@@ -215,9 +210,9 @@ void HashIndex::giveBack(std::uint32_t hash, Hashes const& hashes) noexcept {
 /// Unites the table at `place` with its buddy, the table that differs from it in the last bit.
 /// False, and nothing changed, where there is none or both together would be more than half full.
 bool HashIndex::unite(std::size_t place, Hashes const& hashes) noexcept {
-   Table const& table = *directory_[place].table;
+   Table const& table = directory_[place].table();
    if (table.depth == 0 || !table.sparse()) return false;
-   Table& buddy = *directory_[place ^ (std::size_t{1} << (depth_ - table.depth))].table;
+   Table& buddy = directory_[place ^ (std::size_t{1} << (depth() - table.depth))].table();
    std::uint32_t const count = table.count + buddy.count;
    if (buddy.depth != table.depth || count > maxGroups * fillPerGroup / 2) return false;
    Table* const into = allocate(groupsFor(count), table.depth - 1);
@@ -232,31 +227,33 @@ bool HashIndex::unite(std::size_t place, Hashes const& hashes) noexcept {
 /// Halves the directory while no table needs its last bit. The test is a scan, but of a size that
 /// as many unions of tables came before.
 void HashIndex::maybeHalveDirectory() noexcept {
-   while (depth_ != 0 && tables_ * 2 <= directory_.size()) {
+   while (depth() != 0 && tables_ * 2 <= directory_.size()) {
       for (Place const& place : directory_) {
-         if (place.table->depth == depth_) return;
+         if (place.table().depth == depth()) return;
       }
       for (std::size_t i = 0; i < directory_.size() / 2; ++i) directory_[i] = directory_[2 * i];
-      directory_.resize(directory_.size() / 2);
+      directory_.erase(directory_.begin() + static_cast<std::ptrdiff_t>(directory_.size() / 2),
+                       directory_.end());
       directory_.shrink_to_fit();
-      --depth_;
+      ++shift_;
    }
 }
 
 void HashIndex::move(std::uint32_t hash, std::uint32_t from, std::uint32_t to) noexcept {
-   Table& table = *directory_[placeOf(hash)].table;
+   Table& table = tableOf(hash);
    Probe probe(hash, table.groupCount - 1);
-   unsigned const slot = locate(table, probe, from);
-   table.groups()[probe.group].positions[slot] = to;
+   table.positions()[locate(table, probe, from)] = to;
 }
 
 void HashIndex::clear() noexcept {
    std::vector<Place> const old = std::exchange(directory_, {});
-   unsigned const depth = std::exchange(depth_, 0);
+   unsigned const depth = this->depth();
+   shift_ = 0;
    tables_ = 0;
    for (std::size_t i = 0; i < old.size();) {
-      std::size_t const width = std::size_t{1} << (depth - old[i].table->depth);
-      release(old[i].table);
+      Table& table = old[i].table();
+      std::size_t const width = std::size_t{1} << (depth - table.depth);
+      release(&table);
       i += width;
    }
 }
@@ -266,28 +263,28 @@ void HashIndex::clear() noexcept {
 std::size_t HashIndex::bytes() const noexcept {
    std::size_t result = directory_.capacity() * sizeof(Place);
    for (std::size_t i = 0; i < directory_.size();) {
-      Table const& table = *directory_[i].table;
-      result += sizeof(Table) + table.groupCount * sizeof(Group);
-      i += std::size_t{1} << (depth_ - table.depth);
+      Table const& table = directory_[i].table();
+      result += bytesOf(table.groupCount);
+      i += std::size_t{1} << (depth() - table.depth);
    }
    return result;
 }
 
 void HashIndex::checkInvariants(std::size_t count, Hashes const& hashes) const {
    if (!active()) {
-      MDL_ASSERT(tables_ == 0 && depth_ == 0);
+      MDL_ASSERT(tables_ == 0 && depth() == 0);
       return;
    }
-   MDL_ASSERT(directory_.size() == std::size_t{1} << depth_);
+   MDL_ASSERT(directory_.size() == std::size_t{1} << depth());
    std::size_t tables = 0;
    std::size_t positions = 0;
    for (std::size_t i = 0; i < directory_.size();) {
-      Table& table = *directory_[i].table;
-      MDL_ASSERT(table.depth <= depth_);
-      std::size_t const width = std::size_t{1} << (depth_ - table.depth);
+      Table& table = directory_[i].table();
+      MDL_ASSERT(table.depth <= depth());
+      std::size_t const width = std::size_t{1} << (depth() - table.depth);
       MDL_ASSERT(i % width == 0);
       for (std::size_t j = i; j < i + width; ++j) {
-         MDL_ASSERT(directory_[j].table == &table);
+         MDL_ASSERT(&directory_[j].table() == &table);
          MDL_ASSERT(directory_[j].groupMask == table.groupCount - 1);
       }
       checkTable(table, i, hashes);
@@ -302,26 +299,33 @@ void HashIndex::checkInvariants(std::size_t count, Hashes const& hashes) const {
 void HashIndex::checkTable(Table& table, std::size_t place, Hashes const& hashes) const {
    MDL_ASSERT(std::has_single_bit(table.groupCount));
    MDL_ASSERT(table.count <= table.groupCount * fillPerGroup);
-   std::vector<std::uint32_t> passed(table.groupCount, 0);
+   std::vector<std::array<std::uint32_t, 8>> passed(table.groupCount);
    std::uint32_t count = 0;
    forEach(table, [&](std::uint32_t position) {
       ++count;
       std::uint32_t const hash = hashes.at(hashes.entries, position);
-      MDL_ASSERT(directory_[placeOf(hash)].table == directory_[place].table);
+      MDL_ASSERT(&tableOf(hash) == &directory_[place].table());
       MDL_ASSERT(find(hash, [&](std::uint32_t at) { return at == position; }) == position);
       for (Probe probe(hash, table.groupCount - 1);; probe.next()) {
-         Group const& group = table.groups()[probe.group];
          bool here = false;
-         for (Chosen some = group.matching(probe.tag); some.any(); some.dropFirst()) {
-            here = here || group.positions[some.first()] == position;
+         for (Chosen some = table.tags()[probe.group].matching(probe.tag); some.any();
+              some.dropFirst()) {
+            here = here ||
+                   table.positions()[probe.group * positionsPerGroup + some.first()] == position;
          }
          if (here) break;
-         ++passed[probe.group];
+         ++passed[probe.group][passClassOf(hash)];
       }
    });
    MDL_ASSERT(count == table.count);
    for (std::uint32_t i = 0; i < table.groupCount; ++i) {
-      MDL_ASSERT(table.groups()[i].passed == passed[i]);
+      std::uint32_t const counts = table.positions()[i * positionsPerGroup + TagGroup::slots];
+      for (unsigned passClass = 0; passClass < 8; ++passClass) {
+         bool const wasPassed = (table.tags()[i].passed >> passClass & 1U) != 0;
+         std::uint32_t const counted = wasPassed ? counts >> (4 * passClass) & 15U : 0;
+         MDL_ASSERT(counted == std::min(passed[i][passClass], stuck) || counted == stuck);
+         MDL_ASSERT(wasPassed == (counted != 0));
+      }
    }
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "mdl/Export.h"
+#include "mdl/TagGroup.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 namespace Mdl {
@@ -14,23 +15,26 @@ namespace Mdl {
 ///
 /// Owner: the collection whose entries it finds. Not shared.
 ///
-/// Design. A slot is one byte of the hash (its tag, 0 for an empty slot) and a position; twelve
-/// slots and a counter fill a cache line, a *group*. A probe matches all tags of a group at once
-/// in plain integer arithmetic and touches an entry only where a tag agrees, so most lookups cost
-/// one line here and one entry. A power of two of groups is a *table*. A table that is full at
+/// Design. A slot is one byte of the hash (its tag) and a position. Fifteen slots make a *group*
+/// (mdl/TagGroup.h), whose tags are compared at once, and whose positions fill a cache line; a
+/// power of two of groups is a *table*, whose tags stand behind its positions. So the tags of a
+/// million entries take less than two megabytes, a search for an absent key reads nothing else, and
+/// one that finds its key reads one position and one entry more. A table that is full at
 /// `maxGroups` is split in two by the next bit of the hash, alone: a *directory*, indexed by the
 /// leading bits, says which table answers for which hashes. So the index grows in steps of one
-/// table, and no single insertion pays for the whole of it; doubling the directory copies one
-/// small reference a table.
+/// table, and no single insertion pays for the whole of it; doubling the directory copies one small
+/// reference a table.
 ///
 /// I1 (directory): it has 2^depth() places. A table of depth d stands at all neighbouring places
 ///    whose leading d bits are those that its hashes share.
 /// I2 (probe): a position is in the first group with an empty slot, at the time of its insertion,
-///    on the probe path of its hash. `passed` of a group counts exactly the positions whose path
-///    leads over it to a later group. So a search may end at the first group that was never
-///    passed, removal leaves no marks behind, and a table never needs cleaning.
-/// I3 (room): a table holds at most ten positions a group, so a path always finds an empty slot.
-/// I4 (proportion): the directory doubles only while that leaves at most
+///    on the probe path of its hash. A group counts the positions whose path leads over it to a
+///    later group, by eight classes of hashes, and `passed` has the bits of those that are not
+///    zero. So a search may end at the first group that its class never passed, removal leaves no
+///    marks behind, and a table never needs cleaning. A count that has reached 15, which only
+///    crafted hashes bring about, stays there: searches then go on where they could end.
+/// I3 (room): a table holds at most thirteen positions a group, so a path always finds an empty
+/// slot. I4 (proportion): the directory doubles only while that leaves at most
 ///    `directoryPerTable` places a table. Where splitting cannot help (crafted equal hashes, or
 ///    hashes that share their leading bits) the table grows beyond `maxGroups` instead: slow, but
 ///    correct, and in memory proportional to the number of positions.
@@ -38,11 +42,14 @@ namespace Mdl {
 /// Re-entrancy: none; the predicates and hash sources handed in must not call back.
 /// Exceptions: only `makeRoom` allocates what it needs, before it changes anything. What the
 /// others could use memory for (giving memory back) they leave undone when there is none.
-/// Cost: 5.3 bytes a slot; 6.4 to 13 bytes a position once there are many, up to 26 after many
+/// Cost: 5.3 bytes a slot; 6 to 12 bytes a position once there are many, up to 24 after many
 ///   removals; no memory while empty.
 ///
 /// Tried and left: tombstones instead of `passed` (searches for absent keys grow with churn until
-/// a clean-up, which then is one more stall); eight slots a group (two lines for many probes).
+/// a clean-up, which then is one more stall); tags and positions of a group in one cache line (five
+/// times as much memory to miss in, for one line less when a key is found); loading ahead what
+/// other searches will read (with many entries the time goes into the translation of addresses,
+/// which that does not shorten).
 class MDL_EXPORT HashIndex {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
@@ -62,7 +69,7 @@ class MDL_EXPORT HashIndex {
    ~HashIndex();
 
    /// Whether there is any table, that is, whether room was ever made since the last `clear`.
-   bool active() const noexcept { return !directory_.empty(); }
+   bool active() const noexcept { return shift_ != 0; }
 
    /// The position with this hash for which `matches(position)` holds; npos when there is none.
    /// `matches` is asked about positions of the same tag, not only of the same hash.
@@ -85,11 +92,8 @@ class MDL_EXPORT HashIndex {
    /// Forgets everything and frees all memory.
    void clear() noexcept;
 
-   /// Starts to load the group in which a search for this hash begins.
-   void prefetch(std::uint32_t hash) const noexcept;
-
    std::size_t bytes() const noexcept;  ///< heap memory held
-   unsigned depth() const noexcept { return depth_; }
+   unsigned depth() const noexcept { return active() ? 32 - shift_ : 0; }
    std::size_t tableCount() const noexcept { return tables_; }
 
    /// Asserts I1 to I4, and that exactly `count` positions are indexed, each under the hash that
@@ -97,89 +101,79 @@ class MDL_EXPORT HashIndex {
    void checkInvariants(std::size_t count, Hashes const& hashes) const;
 
  private:
-   static constexpr unsigned slotsPerGroup = 12;
-   static constexpr std::uint32_t fillPerGroup = 10;
-   static constexpr std::uint32_t maxGroups = 64;
+   static constexpr std::align_val_t alignment{64};
+   static constexpr std::uint32_t positionsPerGroup = 16;  ///< the last has the counts of I2
+   static constexpr std::uint32_t fillPerGroup = 13;
+   static constexpr std::uint32_t stuck = 15;
+   static constexpr std::uint32_t maxGroups = 512;
    static constexpr std::size_t directoryPerTable = 8;
    static constexpr unsigned maxDepth = 24;
 
-   /// The slots of a group that a comparison chose, as bits. Slots 0 to 7 are at bits 0, 8, .. 56,
-   /// slots 8 to 11 at bits 1, 9, 17, 25.
-   class Chosen {
-    public:
-      explicit Chosen(std::uint64_t bits) noexcept : bits_(bits) {}
-      bool any() const noexcept { return bits_ != 0; }
-      unsigned first() const noexcept {
-         unsigned const bit = static_cast<unsigned>(std::countr_zero(bits_));
-         return (bit >> 3) + (bit & 1) * 8;
-      }
-      void dropFirst() noexcept { bits_ &= bits_ - 1; }
+   using Chosen = TagGroup::Chosen;
 
-    private:
-      std::uint64_t bits_;
-   };
-
-   struct alignas(64) Group {
-      std::uint64_t tags = 0;      ///< of slots 0 to 7, the first in the lowest byte
-      std::uint32_t moreTags = 0;  ///< of slots 8 to 11
-      std::uint32_t passed = 0;    ///< I2
-      std::uint32_t positions[slotsPerGroup];
-
-      Chosen matching(std::uint32_t tag) const noexcept {
-         // A byte of x is zero exactly where the tag agrees. Adding 0x7f carries into the top bit
-         // of every other byte and never beyond it, so there are no false matches.
-         std::uint64_t constexpr low7 = 0x7f7f7f7f7f7f7f7fU;
-         std::uint64_t const pattern = tag * std::uint64_t{0x0101010101010101};
-         std::uint64_t const x = tags ^ pattern;
-         std::uint64_t const y = moreTags ^ (pattern & 0xffffffffU);
-         std::uint64_t const xs = ~(((x & low7) + low7) | x | low7);
-         std::uint64_t const ys = ~(((y & low7) + low7) | y | low7) & 0xffffffffU;
-         return Chosen((xs >> 7) | (ys >> 6));
-      }
-      void tagIs(unsigned slot, std::uint32_t tag) noexcept;
-   };
-
-   /// The head of a table; its groups follow it in memory.
-   struct alignas(64) Table {
+   /// The head of a table. Its tags stand before it in memory, and the positions before these.
+   struct alignas(16) Table {
       std::uint32_t groupCount;
       std::uint32_t count = 0;
       unsigned depth;
-      Group* groups() noexcept { return reinterpret_cast<Group*>(this + 1); }
+      TagGroup* tags() noexcept { return reinterpret_cast<TagGroup*>(this) - groupCount; }
+      std::uint32_t* positions() noexcept {
+         return reinterpret_cast<std::uint32_t*>(tags()) - groupCount * positionsPerGroup;
+      }
       bool full() const noexcept { return count >= groupCount * fillPerGroup; }
       bool sparse() const noexcept { return count * 4 < groupCount * fillPerGroup; }
+      void pass(std::uint32_t group, std::uint32_t passClass) noexcept;
+      void unpass(std::uint32_t group, std::uint32_t passClass) noexcept;
    };
 
    /// Where a search starts and how it goes on. The step is odd, so that it visits every group.
    struct Probe {
       Probe(std::uint32_t hash, std::uint32_t groupMask) noexcept
-          : tag(tagOf(hash)), group(hash & groupMask), step(2 * tag + 1), mask(groupMask) {}
-      void next() noexcept { group = (group + step) & mask; }
-      std::uint32_t tag, group, step, mask;
+          : tag(tagOf(hash)), group(hash & groupMask), mask(groupMask) {}
+      void next() noexcept { group = (group + 2 * tag + 1) & mask; }
+      std::uint32_t tag, group, mask;
    };
 
-   /// A place of the directory. A search needs no more than this and a group.
+   /// A place of the directory. A search needs no more than this of a table.
    struct Place {
-      Table* table;
+      TagGroup* tags;
+      std::uint32_t* positions;
       std::uint32_t groupMask;
+
+      explicit Place(Table& table) noexcept
+          : tags(table.tags()), positions(table.positions()), groupMask(table.groupCount - 1) {}
+      Table& table() const noexcept { return *reinterpret_cast<Table*>(tags + groupMask + 1); }
    };
 
-   /// From bits that choose neither the table nor, in tables up to 256 groups, the group.
+   /// From bits that choose neither the group nor, up to a depth of 12, the table.
    static std::uint32_t tagOf(std::uint32_t hash) noexcept {
-      std::uint32_t const byte = (hash >> 8) & 0xffU;
-      return byte + (byte == 0);
+      std::uint32_t const byte = (hash >> 12) & 0xffU;
+      return byte + (byte < 1);  // 0 is that of an empty slot
+   }
+   /// From bits that choose neither the group nor the tag.
+   static std::uint32_t passClassOf(std::uint32_t hash) noexcept { return (hash >> 9) & 7U; }
+   static std::uint8_t passBitOf(std::uint32_t hash) noexcept {
+      return static_cast<std::uint8_t>(1U << passClassOf(hash));
    }
    std::size_t placeOf(std::uint32_t hash) const noexcept {
-      return static_cast<std::size_t>(std::uint64_t{hash} >> (32 - depth_));
+      return static_cast<std::size_t>(std::uint64_t{hash} >> shift_);
    }
+   Table& tableOf(std::uint32_t hash) const noexcept { return directory_[placeOf(hash)].table(); }
 
+   static std::size_t bytesOf(std::uint32_t groupCount) noexcept;
    static std::uint32_t groupsFor(std::uint32_t count) noexcept;
    static Table* allocate(std::uint32_t groupCount, unsigned depth) noexcept;
    static Table* allocateOrThrow(std::uint32_t groupCount, unsigned depth);
    static void release(Table* table) noexcept;
    static void put(Table& table, std::uint32_t hash, std::uint32_t position) noexcept;
-   static unsigned locate(Table& table, Probe& probe, std::uint32_t position) noexcept;
+   static std::uint32_t locate(Table& table, Probe& probe, std::uint32_t position) noexcept;
    template <class Visit>
    static void forEach(Table& table, Visit const& visit);
+
+   template <class Matches>
+   [[gnu::noinline]] static std::uint32_t findFurther(Place const& place, std::uint32_t hash,
+                                                      Matches const& matches);
+   void grow(std::uint32_t hash, Hashes const& hashes);
 
    void publish(std::size_t place, Table* table) noexcept;
    bool split(std::size_t place, Hashes const& hashes);
@@ -192,30 +186,64 @@ class MDL_EXPORT HashIndex {
 
    std::vector<Place> directory_;
    std::uint32_t tables_ = 0;
-   unsigned depth_ = 0;
+   unsigned shift_ = 0;  ///< 32 less the depth; 0 while there is no table
 };
 
 template <class Matches>
 inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches) const {
+   // Nearly every search ends in its first group, with the first slot of that tag or without one.
    Place const& place = directory_[placeOf(hash)];
-   Group const* const groups = place.table->groups();
-   Probe probe(hash, place.groupMask);
-   for (std::uint32_t left = place.groupMask + 1; left != 0; --left) {
-      Group const& group = groups[probe.group];
-      for (Chosen some = group.matching(probe.tag); some.any(); some.dropFirst()) {
-         std::uint32_t const position = group.positions[some.first()];
-         if (matches(position)) return position;
-      }
-      if (group.passed == 0) return npos;
-      probe.next();
+   std::uint32_t const group = hash & place.groupMask;
+   std::uint32_t const* const positions = place.positions + group * positionsPerGroup;
+   __builtin_prefetch(positions);
+   TagGroup const& tags = place.tags[group];
+   Chosen const some = tags.matching(tagOf(hash));
+   if (some.any()) {
+      std::uint32_t const position = positions[some.first()];
+      if (matches(position)) [[likely]]
+         return position;
+   } else if ((tags.passed & passBitOf(hash)) == 0) [[likely]] {
+      return npos;
    }
-   return npos;
+   return findFurther(place, hash, matches);
 }
 
-inline void HashIndex::prefetch(std::uint32_t hash) const noexcept {
-   if (!active()) return;
-   Place const& place = directory_[placeOf(hash)];
-   __builtin_prefetch(place.table->groups() + (hash & place.groupMask));
+template <class Matches>
+std::uint32_t HashIndex::findFurther(Place const& place, std::uint32_t hash,
+                                     Matches const& matches) {
+   Probe probe(hash, place.groupMask);
+   for (std::uint32_t left = place.groupMask;; --left, probe.next()) {
+      TagGroup const& tags = place.tags[probe.group];
+      for (Chosen some = tags.matching(probe.tag); some.any(); some.dropFirst()) {
+         std::uint32_t const position =
+             place.positions[probe.group * positionsPerGroup + some.first()];
+         if (matches(position)) return position;
+      }
+      if ((tags.passed & passBitOf(hash)) == 0 || left == 0) return npos;
+   }
+}
+
+inline void HashIndex::makeRoom(std::uint32_t hash, Hashes const& hashes) {
+   if (!active() || tableOf(hash).full()) [[unlikely]]
+      grow(hash, hashes);
+}
+
+inline void HashIndex::insert(std::uint32_t hash, std::uint32_t position) noexcept {
+   put(tableOf(hash), hash, position);
+}
+
+/// Keeps I2. The table is not full (I3).
+inline void HashIndex::put(Table& table, std::uint32_t hash, std::uint32_t position) noexcept {
+   ++table.count;
+   for (Probe probe(hash, table.groupCount - 1);; probe.next()) {
+      TagGroup& tags = table.tags()[probe.group];
+      if (Chosen const empty = tags.matching(0); empty.any()) [[likely]] {
+         tags.tags[empty.first()] = static_cast<std::uint8_t>(probe.tag);
+         table.positions()[probe.group * positionsPerGroup + empty.first()] = position;
+         return;
+      }
+      table.pass(probe.group, passClassOf(hash));
+   }
 }
 
 }  // namespace Mdl

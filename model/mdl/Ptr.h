@@ -38,6 +38,7 @@ class Ptr {
 
    ~Ptr() { release(); }
 
+   // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a copy of its own is swapped in.
    Ptr& operator=(Ptr const& other) noexcept {
       Ptr(other).swap(*this);
       return *this;

@@ -51,6 +51,11 @@ void String::freeRep(Rep* rep) noexcept {
    ::operator delete(rep);
 }
 
+/// Out of line: names that are equal nearly always share their bytes.
+bool String::haveEqualBytes(String const& a, String const& b) noexcept {
+   return a.view() == b.view();
+}
+
 std::uint32_t String::Rep::computeHash() noexcept {
    // A text whose hash is 0 is computed every time, which is rare and harmless.
    std::uint32_t const computed = Hash(0).mix(std::string_view(text(), size)).result();

@@ -78,7 +78,7 @@ class MDL_EXPORT String {
    }
 
    friend bool operator==(String const& a, String const& b) noexcept {
-      return a.rep_ == b.rep_ || a.view() == b.view();
+      return a.rep_ == b.rep_ || haveEqualBytes(a, b);
    }
    /// By the bytes as unsigned numbers; a prefix stands before what it begins.
    friend std::strong_ordering operator<=>(String const& a, String const& b) noexcept {
@@ -112,6 +112,7 @@ class MDL_EXPORT String {
    /// same one, and two equal literals need not.
    static constexpr char noText[1] = {'\0'};
 
+   static bool haveEqualBytes(String const& a, String const& b) noexcept;
    static Rep* newRep(std::size_t bytes);
    static void freeRep(Rep* rep) noexcept;
 

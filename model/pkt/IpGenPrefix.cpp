@@ -22,6 +22,10 @@ IpGenPrefix IpGenPrefix::fromText(std::string_view text) {
    refusePrefixText(typeName, text);
 }
 
+std::uint32_t IpGenPrefix::hashIfNotIpv4() const noexcept {
+   return empty() ? 0 : scramble(Ip6Addr(addr_).hash() ^ length_);
+}
+
 bool IpGenPrefix::hasHostBits() const noexcept {
    for (std::uint32_t bit = length_; bit < 8 * addr_.size(); ++bit) {
       if ((addr_[bit / 8] >> (7 - bit % 8) & 1) != 0) return true;

@@ -44,8 +44,8 @@ nlohmann::json secondsJson(Mdl::Seconds seconds) {
    return seconds;
 }
 
-Line::Line(std::size_t number, std::string_view text) : number_(number) {
-   items_ = nlohmann::json::parse(text, nullptr, false);
+Line::Line(std::size_t number, std::string_view text)
+    : number_(number), items_(nlohmann::json::parse(text, nullptr, false)) {
    if (!items_.is_array()) fail("this is no line of a journal");
 }
 

@@ -22,12 +22,12 @@ class VerificationInSimulation : public DecapFixture {
       reactor("red")->decapKeyFromIntfIs(key(destination), true);
    }
 
-   /// Writes what was recorded when the process stops: nothing outlives it.
+   /// Writes what was recorded when the process stops: nothing outlives it. In a signal handler, so
+   /// without asking for memory.
    static void writeRecorded(int) {
       for (auto const& output : recorded->verifyOutput()) {
-         std::fprintf(stderr, "recorded: %s | %s | %s | code %u | %s\n",
-                      output.text.stdString().c_str(), output.file.stdString().c_str(),
-                      output.function.stdString().c_str(), unsigned{output.code},
+         std::fprintf(stderr, "recorded: %s | %s | %s | code %u | %s\n", output.text.charPtr(),
+                      output.file.charPtr(), output.function.charPtr(), unsigned{output.code},
                       output.line > 0 ? "with a line" : "without a line");
       }
       std::fprintf(stderr, "lines of the command: %zu\n", recorded->cliVerifyOutput().size());

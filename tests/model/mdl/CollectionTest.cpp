@@ -192,7 +192,6 @@ TEST(Collection, TakesAHashThatIsKnown) {
    EXPECT_EQ(numbers.find(key), numbers.find(hashed));
    EXPECT_TRUE(others.tryInsert(Numbers::Hashed(key, hashed.hash()), 2).inserted);
    EXPECT_TRUE(others.contains(key));
-   numbers.prefetch(hashed);
    EXPECT_TRUE(numbers.erase(hashed));
    EXPECT_TRUE(others.extract(Numbers::Hashed(key, hashed.hash())));
 }

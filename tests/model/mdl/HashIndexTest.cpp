@@ -65,15 +65,15 @@ TEST_F(HashIndexOver, FindsEachPositionOfOneHash) {
 }
 
 TEST_F(HashIndexOver, AsksOnlyAboutPositionsOfTheTag) {
-   add(0x0100);
-   add(0x0200);
+   add(0x1000);
+   add(0x2000);
    int asked = 0;
-   index.find(0x0300, [&](std::uint32_t) {
+   index.find(0x3000, [&](std::uint32_t) {
       ++asked;
       return true;
    });
    EXPECT_EQ(asked, 0);
-   EXPECT_EQ(index.find(0x0200, [](std::uint32_t) { return true; }), 1U);
+   EXPECT_EQ(index.find(0x2000, [](std::uint32_t) { return true; }), 1U);
 }
 
 TEST_F(HashIndexOver, ATagOfZeroIsNotAnEmptySlot) {
@@ -90,7 +90,7 @@ TEST_F(HashIndexOver, GrowsOneTableAtATime) {
       ASSERT_LE(index.tableCount(), tables + 1);
       tables = index.tableCount();
    }
-   EXPECT_GT(tables, 100U);
+   EXPECT_GT(tables, 10U);
    for (std::uint32_t position = 0; position < 100000; ++position) ASSERT_TRUE(finds(position));
    check();
 }
@@ -131,10 +131,10 @@ TEST_F(HashIndexOver, ShrinksBackToOneTable) {
 // while a table of half of all hashes still has many places.
 TEST_F(HashIndexOver, SplitsATableThatHasManyPlaces) {
    for (unsigned shift = 0; shift < 32; ++shift) add(0x80000000U >> shift);
-   for (int i = 0; i < 3000; ++i) add(static_cast<std::uint32_t>(random()) & 0x00ffffffU);
+   for (int i = 0; i < 60000; ++i) add(static_cast<std::uint32_t>(random()) & 0x00ffffffU);
    ASSERT_GE(index.depth(), 3U);
    check();
-   for (int i = 0; i < 3000; ++i) add(static_cast<std::uint32_t>(random()) | 0x80000000U);
+   for (int i = 0; i < 20000; ++i) add(static_cast<std::uint32_t>(random()) | 0x80000000U);
    check();
    for (std::uint32_t position = 0; position < stored.size(); ++position) {
       ASSERT_TRUE(finds(position)) << position;
@@ -150,6 +150,19 @@ TEST_F(HashIndexOver, LeavesNoMarksBehind) {
    }
    check();
    EXPECT_EQ(index.tableCount(), 1U);
+}
+
+// Of 70 equal hashes more go past the first group than its counts can hold. From then on the counts
+// say "somebody", and what is there is found, whatever comes and goes.
+TEST_F(HashIndexOver, FindsWhatWentPastAGroupMoreOftenThanItCounts) {
+   for (int i = 0; i < 70; ++i) add(0x12345e00U);
+   // Another class of hashes with the same tag and group.
+   for (int i = 0; i < 5; ++i) add(0x12345000U);
+   for (std::uint32_t position = 0; position < 60; ++position) {
+      remove(position);
+      check();
+   }
+   for (std::uint32_t position = 60; position < 75; ++position) EXPECT_TRUE(finds(position));
 }
 
 TEST_F(HashIndexOver, FollowsAnEntryThatMoved) {
@@ -183,7 +196,7 @@ TEST_F(HashIndexOver, KeepsTheDirectoryInProportionToCraftedHashes) {
 
 TEST_F(HashIndexOver, IsWholeWhenThereIsNoMemoryToGrow) {
    int refusals = 0;
-   while (stored.size() < 3000) {
+   while (stored.size() < 20000) {
       auto const hash = static_cast<std::uint32_t>(random());
       for (int allowed = 0;; ++allowed) {
          try {

@@ -1,0 +1,108 @@
+// The whole job, from a configured prefix to a call of the hook and back, against two whole
+// programs that do it with what others offer. Times are those of one prefix.
+
+#include "bench/Contest.h"
+#include "bench/Resident.h"
+#include "bench/job/Good.h"
+#include "bench/job/Machine.h"
+#include "bench/job/Plain.h"
+
+#include <map>
+#include <memory>
+
+namespace Bench {
+
+namespace {
+
+unsigned constexpr groups = 8;
+
+struct Prefixes {
+   explicit Prefixes(std::size_t count) {
+      for (std::size_t i = 0; i < count; ++i) {
+         inOrder.push_back(prefixOf(i));
+         sum += prefixOf(i).ipAddr().value();
+      }
+      added = shuffled(inOrder, 1);
+      withdrawn = shuffled(inOrder, 2);
+   }
+   std::vector<Pkt::IpGenPrefix> inOrder;
+   std::vector<Pkt::IpGenPrefix> added;
+   std::vector<Pkt::IpGenPrefix> withdrawn;
+   std::uint64_t sum = 0;
+};
+
+Prefixes const& prefixesOf(std::size_t count) {
+   static std::map<std::size_t, std::unique_ptr<Prefixes const>> all;
+   auto& prefixes = all[count];
+   if (!prefixes) prefixes = std::make_unique<Prefixes const>(count);
+   return *prefixes;
+}
+
+unsigned groupOf(Pkt::IpGenPrefix const& prefix) { return prefix.ipAddr().value() % groups; }
+
+template <class Job>
+void addAll(Job& job, Prefixes const& prefixes) {
+   for (auto const& prefix : prefixes.added) job.add(groupOf(prefix), prefix);
+}
+
+template <class Job>
+bool isFull(Job const& job, Prefixes const& prefixes) {
+   return job.hardware().keys == prefixes.added.size() && job.hardware().sum == prefixes.sum;
+}
+
+template <class Job>
+double add(std::size_t count) {
+   Prefixes const& prefixes = prefixesOf(count);
+   Job job(groups);
+   auto const start = Clock::now();
+   addAll(job, prefixes);
+   double const seconds = secondsSince(start);
+   return isFull(job, prefixes) ? seconds / static_cast<double>(count) : -1;
+}
+
+template <class Job>
+double withdraw(std::size_t count) {
+   Prefixes const& prefixes = prefixesOf(count);
+   Job job(groups);
+   addAll(job, prefixes);
+   if (!isFull(job, prefixes)) return -1;
+   auto const start = Clock::now();
+   for (auto const& prefix : prefixes.withdrawn) job.withdraw(groupOf(prefix), prefix);
+   double const seconds = secondsSince(start);
+   return job.hardware().keys == 0 ? seconds / static_cast<double>(count) : -1;
+}
+
+template <class Job>
+double bytesPerKey(std::size_t count) {
+   Prefixes const& prefixes = prefixesOf(count);
+   std::size_t const bytes = residentBytesOf([&] {
+      auto const job = std::make_shared<Job>(groups);
+      addAll(*job, prefixes);
+      return job;
+   });
+   return bytes == 0 ? -1 : static_cast<double>(bytes) / static_cast<double>(count);
+}
+
+template <class Job>
+void allContests() {
+   for (std::size_t const count : {10'000UL, 100'000UL, 1'000'000UL}) {
+      int const repetitions = count == 1'000'000 ? 5 : 9;
+      contestant(
+          "job-add", count, Job::name, [=] { return add<Job>(count); }, repetitions);
+      contestant(
+          "job-withdraw", count, Job::name, [=] { return withdraw<Job>(count); }, repetitions);
+   }
+   contestant(
+       "bytes-per-key", 1'000'000, Job::name, [] { return bytesPerKey<Job>(1'000'000); }, 3);
+}
+
+bool const registered = [] {
+   allContests<Machine>();
+   allContests<Plain>();
+   allContests<Good>();
+   return true;
+}();
+
+}  // namespace
+
+}  // namespace Bench

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "FwdL3Unicast/TunnelTypeDecapIp.h"
+#include "bench/Containers.h"
+#include "bench/Keys.h"
+#include "bench/job/Hook.h"
+
+#include <functional>
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace Bench {
+
+/// The whole job the way one writes it first: std::unordered_map, std::shared_ptr, std::function.
+/// Configured sets tell their watchers; keys are derived, counted, owned by one VRF a destination,
+/// programmed on their first reference and removed on their last.
+class Plain {
+ public:
+   static constexpr char name[] = "plain";
+
+   explicit Plain(unsigned groups) {
+      for (unsigned i = 0; i < groups; ++i) {
+         auto const group = std::make_shared<Group>();
+         auto const keys = std::make_shared<GroupKeys>();
+         group->watchers.emplace_back([this, group = group.get(), keys](auto const& prefix) {
+            prefixChanged(*group, *keys, prefix);
+         });
+         groups_.push_back(group);
+      }
+   }
+   Plain(Plain const&) = delete;
+   Plain& operator=(Plain const&) = delete;
+
+   void add(unsigned group, Pkt::IpGenPrefix const& prefix) {
+      auto const alive = groups_[group];
+      if (!alive->prefixes.insert(prefix).second) return;
+      for (auto const& watcher : alive->watchers) watcher(prefix);
+   }
+   void withdraw(unsigned group, Pkt::IpGenPrefix const& prefix) {
+      auto const alive = groups_[group];
+      if (alive->prefixes.erase(prefix) == 0) return;
+      for (auto const& watcher : alive->watchers) watcher(prefix);
+   }
+
+   Hardware const& hardware() const { return *hardware_; }
+
+ private:
+   struct Group {
+      Tunnel::Decap::TunnelType type = Tunnel::Decap::TunnelType::udp;
+      std::uint16_t port = 6080;
+      Tunnel::Decap::PayloadType payload = Tunnel::Decap::PayloadType::ip;
+      L3::VrfName vrf{"default"};
+      std::unordered_set<Pkt::IpGenPrefix, PeerHash<Pkt::IpGenPrefix>> prefixes;
+      std::vector<std::function<void(Pkt::IpGenPrefix const&)>> watchers;
+   };
+   using GroupKeys = std::unordered_map<DecapKey, bool, PeerHash<DecapKey>>;
+
+   void prefixChanged(Group const& group, GroupKeys& keys, Pkt::IpGenPrefix const& prefix) {
+      DecapKey const key(Pkt::IpGenPrefix(Pkt::IpAddr()), prefix, group.type, group.port,
+                         group.payload, group.vrf);
+      if (group.prefixes.contains(prefix)) {
+         if (keys.try_emplace(key, true).second) take(key);
+      } else if (keys.erase(key) != 0) {
+         release(key);
+      }
+   }
+   void take(DecapKey const& key) {
+      if (counts_[key]++ != 0) return;
+      auto const [owner, isFree] =
+          owners_.try_emplace({key.tunnelType(), key.dstIp()}, key.forwardingVrf());
+      if (!isFree && owner->second != key.forwardingVrf()) {
+         waiting_.insert(key);
+         return;
+      }
+      program_(key);
+   }
+   void release(DecapKey const& key) {
+      auto const count = counts_.find(key);
+      if (--count->second != 0) return;
+      counts_.erase(count);
+      if (waiting_.erase(key) != 0) return;
+      remove_(key);
+      owners_.erase({key.tunnelType(), key.dstIp()});
+   }
+
+   std::vector<std::shared_ptr<Group>> groups_;
+   std::unordered_map<DecapKey, std::uint32_t, PeerHash<DecapKey>> counts_;
+   std::unordered_map<Fwd::TunnelTypeDecapIp, L3::VrfName, PeerHash<Fwd::TunnelTypeDecapIp>>
+       owners_;
+   std::unordered_set<DecapKey, PeerHash<DecapKey>> waiting_;
+   std::shared_ptr<Hardware> hardware_ = std::make_shared<Hardware>();
+   std::function<void(DecapKey const&)> program_ = [hardware = hardware_](auto const& key) {
+      hardware->program(key);
+   };
+   std::function<void(DecapKey const&)> remove_ = [hardware = hardware_](auto const& key) {
+      hardware->remove(key);
+   };
+};
+
+}  // namespace Bench
