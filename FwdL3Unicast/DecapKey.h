@@ -79,10 +79,11 @@ class FWD_EXPORT DecapKey {
 
    /// Without a branch for each attribute: keyed collections compare often.
    friend bool operator==(DecapKey const& a, DecapKey const& b) noexcept {
-      bool const same = (a.dstIp_ == b.dstIp_) & (a.srcIp_ == b.srcIp_) &
-                        (a.destPort_ == b.destPort_) & (a.tunnelType_ == b.tunnelType_) &
-                        (a.payloadType_ == b.payloadType_);
-      return same && a.forwardingVrf_ == b.forwardingVrf_;
+      unsigned const same = unsigned{a.dstIp_ == b.dstIp_} & unsigned{a.srcIp_ == b.srcIp_} &
+                            unsigned{a.destPort_ == b.destPort_} &
+                            unsigned{a.tunnelType_ == b.tunnelType_} &
+                            unsigned{a.payloadType_ == b.payloadType_};
+      return same != 0 && a.forwardingVrf_ == b.forwardingVrf_;
    }
    /// The first attribute that differs decides, in the order of the constructor.
    friend std::strong_ordering operator<=>(DecapKey const& a, DecapKey const& b) noexcept {

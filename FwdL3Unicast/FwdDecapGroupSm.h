@@ -207,9 +207,7 @@ class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
    void detachReactors() noexcept;
    template <class Visit>
    void forEachReactor(Visit&& visit);
-
    void replayGroups();
-
    // The steps of `createDecapEntry` and `deleteDecapEntry` behind the group's own.
    std::uint32_t references(HashedKey const& key) const;
    std::uint32_t changeRefCount(HashedKey const& key, bool inc);
