@@ -33,8 +33,8 @@ namespace Mdl {
 ///    zero. So a search may end at the first group that its class never passed, removal leaves no
 ///    marks behind, and a table never needs cleaning. A count that has reached 15, which only
 ///    crafted hashes bring about, stays there: searches then go on where they could end.
-/// I3 (room): a table holds at most thirteen positions a group, so a path always finds an empty
-/// slot. I4 (proportion): the directory doubles only while that leaves at most
+/// I3 (room): a table holds at most 13 positions a group, so a path always finds an empty slot.
+/// I4 (proportion): the directory doubles only while that leaves at most
 ///    `directoryPerTable` places a table. Where splitting cannot help (crafted equal hashes, or
 ///    hashes that share their leading bits) the table grows beyond `maxGroups` instead: slow, but
 ///    correct, and in memory proportional to the number of positions.
