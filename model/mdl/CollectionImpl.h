@@ -107,14 +107,10 @@ typename Collection<K, V, Hasher>::Slot& Collection<K, V, Hasher>::insertAbsent(
 
 template <class K, class V, class Hasher>
 void Collection<K, V, Hasher>::buildIndex() {
+   static_assert(mostUnindexed <= HashIndex::leastRoom);
    HashIndex index;
-   forEachPosition([&](std::uint32_t at) {
-      std::uint32_t const hash = store_.hashAt(at);
-      index.makeRoom(hash, hashes());
-      index.insert(hash, at);
-   });
-   // Of holes alone an index has no table yet.
-   if (!index.active()) index.makeRoom(0, hashes());
+   index.makeRoom(0, hashes());
+   forEachPosition([&](std::uint32_t at) { index.insert(store_.hashAt(at), at); });
    index_ = std::move(index);
 }
 

@@ -53,6 +53,8 @@ namespace Mdl {
 class MDL_EXPORT HashIndex {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
+   /// What the first `makeRoom` makes room for, whatever the hashes.
+   static constexpr std::uint32_t leastRoom = 13;
 
    /// Where the index reads the full hash of a position when it splits or shrinks a table.
    struct Hashes {
@@ -103,7 +105,7 @@ class MDL_EXPORT HashIndex {
  private:
    static constexpr std::align_val_t alignment{64};
    static constexpr std::uint32_t positionsPerGroup = 16;  ///< the last has the counts of I2
-   static constexpr std::uint32_t fillPerGroup = 13;
+   static constexpr std::uint32_t fillPerGroup = leastRoom;
    static constexpr std::uint32_t stuck = 15;
    static constexpr std::uint32_t maxGroups = 512;
    static constexpr std::size_t directoryPerTable = 8;

@@ -16,7 +16,6 @@
 #include <iosfwd>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace Pkt {
 
@@ -92,10 +91,7 @@ class MDL_EXPORT IpGenPrefix {
    }
 
    /// All bytes at once, without a branch for each member: keyed collections compare often.
-   friend constexpr bool operator==(IpGenPrefix const& a, IpGenPrefix const& b) noexcept {
-      if (std::is_constant_evaluated()) {
-         return a.family_ == b.family_ && a.addr_ == b.addr_ && a.length_ == b.length_;
-      }
+   friend bool operator==(IpGenPrefix const& a, IpGenPrefix const& b) noexcept {
       return ((word(a, 0) ^ word(b, 0)) | (word(a, 8) ^ word(b, 8)) |
               (word(a, 16) ^ word(b, 16))) == 0;
    }

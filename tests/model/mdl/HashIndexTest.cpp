@@ -175,13 +175,17 @@ TEST_F(HashIndexOver, FollowsAnEntryThatMoved) {
 }
 
 TEST_F(HashIndexOver, TakesAnyNumberOfEqualHashes) {
-   for (int i = 0; i < 5000; ++i) add(0xabcdef01U);
-   check();
-   EXPECT_EQ(index.tableCount(), 1U);
-   EXPECT_LE(index.bytes(), 5000 * 14U);
-   for (std::uint32_t position = 0; position < 5000; position += 7) EXPECT_TRUE(finds(position));
-   for (std::uint32_t position = 0; position < 5000; ++position) remove(position);
-   check();
+   // Of the upper half of all hashes, and of the lower one.
+   for (std::uint32_t const hash : {0xabcdef01U, 0x0bcdef01U}) {
+      auto const first = static_cast<std::uint32_t>(stored.size());
+      for (int i = 0; i < 8000; ++i) add(hash);
+      check();
+      EXPECT_EQ(index.tableCount(), 1U);
+      EXPECT_LE(index.bytes(), 8000 * 14U);
+      for (std::uint32_t i = 0; i < 8000; i += 7) EXPECT_TRUE(finds(first + i));
+      for (std::uint32_t i = 0; i < 8000; ++i) remove(first + i);
+      check();
+   }
 }
 
 TEST_F(HashIndexOver, KeepsTheDirectoryInProportionToCraftedHashes) {
