@@ -9,8 +9,8 @@
 
 namespace Fwd {
 
-/// What the VRF of a key has to own before the key may be in hardware, with the hash under which the
-/// machine's owners are kept.
+/// What the VRF of a key has to own before the key may be in hardware, with the hash under which
+/// the machine's owners are kept.
 class DestinationOf {
  public:
    explicit DestinationOf(DecapKey const& key) noexcept

@@ -53,8 +53,7 @@ namespace Mdl {
 class MDL_EXPORT HashIndex {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
-   /// What the first `makeRoom` makes room for, whatever the hashes.
-   static constexpr std::uint32_t leastRoom = 13;
+   static constexpr std::uint32_t leastRoom = 13;  ///< what the first `makeRoom` makes room for
 
    /// Where the index reads the full hash of a position when it splits or shrinks a table.
    struct Hashes {
