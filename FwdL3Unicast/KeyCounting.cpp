@@ -24,24 +24,20 @@ std::uint32_t FwdDecapGroupSm::references(HashedKey const& key) const {
 /// Changes the count and tells nobody yet; returns the new count. Either it has changed, or an
 /// exception for lack of memory says that nothing has.
 std::uint32_t FwdDecapGroupSm::changeRefCount(HashedKey const& key, bool inc) {
-   std::uint32_t* const stored = inc ? refCount_.tryInsert(key, 0U).value : refCount_.find(key);
-   std::uint32_t const references = stored == nullptr ? 0 : *stored;
    FWD_TRACE_AS("updateRefCount", 2,
                 "updateRefCount"
-                    << " key " << key.key() << " refCount " << references
+                    << " key " << key.key() << " refCount " << references(key)
                     << (inc ? " inc by 1" : " dec by 1"));
-   if (inc) return *stored = references + 1;
-   if (references == 0) {
+   if (inc) return ++*refCount_.tryInsert(key, 0U).value;
+   std::uint32_t* const stored = refCount_.find(key);
+   if (stored == nullptr || *stored == 0) {
       Mdl::assertionFailed("0", sourceFile,
                            "void Fwd::FwdDecapGroupSm::updateRefCount(const Fwd::DecapKey&, bool)");
    }
-   if (references == 1) {
-      refCount_.erase(key);
-      if (!refusedKey_.empty()) refusedKey_.erase(key);
-   } else {
-      *stored = references - 1;
-   }
-   return references - 1;
+   if (*stored > 1) return --*stored;
+   refCount_.erase(key);
+   refusedKey_.erase(key);
+   return 0;
 }
 
 /// Step by step what a new reference means: tell, and on the first one hand the key to hardware

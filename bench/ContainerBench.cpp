@@ -11,6 +11,11 @@
 
 namespace Bench {
 
+namespace {
+
+std::size_t constexpr sizes[] = {1'000, 10'000, 100'000, 1'000'000};
+
+/// The keys of a size, made once.
 Keys const& keysOf(std::size_t count) {
    static std::map<std::size_t, std::unique_ptr<Keys const>> all;
    auto& keys = all[count];
@@ -18,53 +23,41 @@ Keys const& keysOf(std::size_t count) {
    return *keys;
 }
 
-namespace {
+/// Lets `work` have one container after another, each prepared by `prepare`, and returns the
+/// seconds of one of its `count` operations; each container must have `left` entries then.
+template <class Container, class Prepare, class Work>
+double onFresh(std::size_t count, std::size_t left, Prepare const& prepare, Work const& work) {
+   std::size_t const rounds = (100'000 + count - 1) / count;
+   double seconds = 0;
+   for (std::size_t round = 0; round < rounds; ++round) {
+      Container container;
+      prepare(container);
+      auto const start = Clock::now();
+      work(container);
+      seconds += secondsSince(start);
+      if (container.size() != left) return -1;
+   }
+   return seconds / static_cast<double>(rounds * count);
+}
 
-std::size_t constexpr sizes[] = {1'000, 10'000, 100'000, 1'000'000};
+template <class Container>
+void fill(Container& container, std::size_t count) {
+   for (DecapKey const& key : keysOf(count).inserted) container.insert(key);
+}
 
 template <class Container>
 Container& filled(std::size_t count) {
    static std::map<std::size_t, Container> all;
    Container& container = all[count];
-   if (container.size() == 0) {
-      for (DecapKey const& key : keysOf(count).inserted) container.insert(key);
-   }
+   if (container.size() == 0) fill(container, count);
    return container;
 }
 
 template <class Container>
 double insert(std::size_t count) {
-   Keys const& keys = keysOf(count);
-   std::size_t const rounds = (100'000 + count - 1) / count;
-   double seconds = 0;
-   for (std::size_t round = 0; round < rounds; ++round) {
-      Container container;
-      auto const start = Clock::now();
-      for (DecapKey const& key : keys.inserted) container.insert(key);
-      seconds += secondsSince(start);
-      if (container.size() != count) return -1;
-   }
-   return seconds / static_cast<double>(rounds * count);
-}
-
-double insertWithHash(std::size_t count) {
-   Keys const& keys = keysOf(count);
-   std::size_t const rounds = (100'000 + count - 1) / count;
-   double seconds = 0;
-   for (std::size_t round = 0; round < rounds; ++round) {
-      Ours container;
-      std::vector<std::uint32_t> hashes;
-      for (DecapKey const& key : keys.inserted)
-         hashes.push_back(container.table.hashed(key).hash());
-      auto const start = Clock::now();
-      for (std::size_t i = 0; i < count; ++i) {
-         container.table.tryInsert(
-             Mdl::Collection<DecapKey, bool>::Hashed(keys.inserted[i], hashes[i]), true);
-      }
-      seconds += secondsSince(start);
-      if (container.size() != count) return -1;
-   }
-   return seconds / static_cast<double>(rounds * count);
+   return onFresh<Container>(
+       count, count, [=](Container&) { keysOf(count); },  // before the clock runs
+       [=](Container& container) { fill(container, count); });
 }
 
 template <class Container>
@@ -119,7 +112,7 @@ template <class Container>
 struct Churn {
    explicit Churn(std::size_t count)
        : present(keysOf(count).present), absent(keysOf(count).absent) {
-      for (DecapKey const& key : keysOf(count).inserted) container.insert(key);
+      fill(container, count);
    }
    Container container;
    std::vector<DecapKey> present;
@@ -188,19 +181,10 @@ double iterate(std::size_t count) {
 /// A walk over all of which every second one goes.
 template <class Container>
 double eraseWalking(std::size_t count) {
-   Keys const& keys = keysOf(count);
-   std::size_t const rounds = (100'000 + count - 1) / count;
-   double seconds = 0;
-   for (std::size_t round = 0; round < rounds; ++round) {
-      Container container;
-      for (DecapKey const& key : keys.inserted) container.insert(key);
-      auto const start = Clock::now();
-      container.eraseWalking(
-          [](DecapKey const& key) { return key.dstIp().ipAddr().value() % 2 == 0; });
-      seconds += secondsSince(start);
-      if (container.size() != count / 2) return -1;
-   }
-   return seconds / static_cast<double>(rounds * count);
+   auto const isEven = [](DecapKey const& key) { return key.dstIp().ipAddr().value() % 2 == 0; };
+   return onFresh<Container>(
+       count, count / 2, [=](Container& container) { fill(container, count); },
+       [=](Container& container) { container.eraseWalking(isEven); });
 }
 
 /// The longest that any one insertion takes while the table grows from nothing.
@@ -220,10 +204,10 @@ double worstInsert(std::size_t count) {
 /// Not a time: what the process has more in memory, in bytes an entry, with a filled table.
 template <class Container>
 double bytesPerEntry(std::size_t count) {
-   Keys const& keys = keysOf(count);
+   keysOf(count);  // not a part of what is measured
    std::size_t const bytes = residentBytesOf([&] {
       auto const container = std::make_shared<Container>();
-      for (DecapKey const& key : keys.inserted) container->insert(key);
+      fill(*container, count);
       return container;
    });
    return bytes == 0 ? -1 : static_cast<double>(bytes) / static_cast<double>(count);
@@ -254,7 +238,6 @@ bool const registered = [] {
    allContests<BoostFlat>();
    allContests<BoostMap>();
    for (std::size_t const count : sizes) {
-      contestant("insert", count, "ours+hash", [=] { return insertWithHash(count); });
       contestant("hit", count, "ours+hash", [=] { return hitWithHash(count); });
       contestant("erase-insert", count, "ours+hash", [=] { return eraseInsertWithHash(count); });
    }

@@ -44,7 +44,4 @@ struct Keys {
    std::vector<DecapKey> absent;
 };
 
-/// The keys of a size, made once.
-Keys const& keysOf(std::size_t count);
-
 }  // namespace Bench

@@ -3,6 +3,7 @@
 #include "FwdL3Unicast/TunnelTypeDecapIp.h"
 #include "bench/Containers.h"
 #include "bench/Keys.h"
+#include "bench/job/GroupValues.h"
 #include "bench/job/Hook.h"
 
 #include <boost/smart_ptr/intrusive_ptr.hpp>
@@ -59,18 +60,14 @@ class Good {
       Hardware hardware;
    };
    struct Group : Counted<Group> {
-      Tunnel::Decap::TunnelType type = Tunnel::Decap::TunnelType::udp;
-      std::uint16_t port = 6080;
-      Tunnel::Decap::PayloadType payload = Tunnel::Decap::PayloadType::ip;
-      L3::VrfName vrf{"default"};
+      GroupValues values;
       boost::unordered_flat_set<Pkt::IpGenPrefix, PeerHash<Pkt::IpGenPrefix>> prefixes;
       std::vector<boost::intrusive_ptr<Watcher>> watchers;
    };
    struct GroupReactor final : Watcher {
       GroupReactor(Good& good, Group& group) : machine(good), watched(group) {}
       void prefixChanged(Pkt::IpGenPrefix const& prefix) override {
-         DecapKey const key(Pkt::IpGenPrefix(Pkt::IpAddr()), prefix, watched.type, watched.port,
-                            watched.payload, watched.vrf);
+         DecapKey const key = watched.values.keyOf(prefix);
          if (watched.prefixes.contains(prefix)) {
             if (keys.try_emplace(key, true).second) machine.take(key);
          } else if (keys.erase(key) != 0) {

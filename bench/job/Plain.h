@@ -3,6 +3,7 @@
 #include "FwdL3Unicast/TunnelTypeDecapIp.h"
 #include "bench/Containers.h"
 #include "bench/Keys.h"
+#include "bench/job/GroupValues.h"
 #include "bench/job/Hook.h"
 
 #include <functional>
@@ -49,18 +50,14 @@ class Plain {
 
  private:
    struct Group {
-      Tunnel::Decap::TunnelType type = Tunnel::Decap::TunnelType::udp;
-      std::uint16_t port = 6080;
-      Tunnel::Decap::PayloadType payload = Tunnel::Decap::PayloadType::ip;
-      L3::VrfName vrf{"default"};
+      GroupValues values;
       std::unordered_set<Pkt::IpGenPrefix, PeerHash<Pkt::IpGenPrefix>> prefixes;
       std::vector<std::function<void(Pkt::IpGenPrefix const&)>> watchers;
    };
    using GroupKeys = std::unordered_map<DecapKey, bool, PeerHash<DecapKey>>;
 
    void prefixChanged(Group const& group, GroupKeys& keys, Pkt::IpGenPrefix const& prefix) {
-      DecapKey const key(Pkt::IpGenPrefix(Pkt::IpAddr()), prefix, group.type, group.port,
-                         group.payload, group.vrf);
+      DecapKey const key = group.values.keyOf(prefix);
       if (group.prefixes.contains(prefix)) {
          if (keys.try_emplace(key, true).second) take(key);
       } else if (keys.erase(key) != 0) {

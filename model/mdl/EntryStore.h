@@ -42,8 +42,8 @@ struct CollectionEntry {
 /// I4 (memory): after `tidy`, every chunk but the last is more than half full, and the last has
 ///    fewer holes than half its slots; a removal that is followed by `compact` keeps that.
 ///
-/// Re-entrancy: none; copies of keys and values must not call back. `take` hands the removed
-/// entry out, so that the caller decides when it is destroyed.
+/// Re-entrancy: none; copies of keys and values must not call back. `takeInto` hands the
+/// removed entry out, so that the caller decides when it is destroyed.
 /// Exceptions: `room` and `append` throw and then have changed nothing that can be seen; the rest
 /// cannot fail, for which moving a key or a value must not throw. Compaction that finds no memory
 /// is left for later.
