@@ -100,7 +100,7 @@ dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
       }
       if (HardwareCall::isUnderWay(*this, key)) continue;
       // 3., 4.
-      last = HardwareCall(*this, waiting.hashed()).retry();
+      last = HardwareCall(*this, refCountAt(waiting.hashed())).retry();
       if (last == dgRcSuccess || last == dgRcAlreadyExists) continue;
       // 5. The first refusal ends the pass; the key stays where it is and comes first next time.
       if (last == dgRcHwFull && status_ && !status_->hwResourceFull()) raiseHwResourceFull();

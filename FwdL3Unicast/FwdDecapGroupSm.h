@@ -5,6 +5,7 @@
 #include "FwdL3Unicast/Export.h"
 #include "FwdL3Unicast/FwdDecapGroupSmHelper.h"
 #include "FwdL3Unicast/MemberId.h"
+#include "FwdL3Unicast/RefCount.h"
 #include "FwdL3Unicast/TunnelTypeDecapIp.h"
 #include "fwd/FwdCommonSmData.h"
 #include "ip/Status.h"
@@ -40,7 +41,6 @@ class HardwareCall;
 /// Threads: one, the agent's event loop.
 class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
  public:
-   // The reactors: one on each input, one for each group, one for each interface and family.
    class MdlDgConfig;
    class MdlIpStatus;
    class MdlIp6Status;
@@ -209,12 +209,12 @@ class FWD_EXPORT FwdDecapGroupSm : public Mdl::Entity {
    void forEachReactor(Visit&& visit);
    void replayGroups();
    // The steps of `createDecapEntry` and `deleteDecapEntry` behind the group's own.
-   std::uint32_t references(HashedKey const& key) const;
-   std::uint32_t changeRefCount(HashedKey const& key, bool inc);
-   void referenceTaken(HashedKey const& key, std::uint32_t references);
-   void referenceReleased(HashedKey const& key, std::uint32_t references);
-   bool handOver(HashedKey const& key);
-   void takeBack(HashedKey const& key);
+   RefCount refCountAt(HashedKey const& key) { return refCount_.lookup(key); }
+   std::uint32_t changeRefCount(RefCount& count, bool inc);
+   void referenceTaken(RefCount& count, std::uint32_t references);
+   void referenceReleased(RefCount& count, std::uint32_t references);
+   bool handOver(RefCount const& count);
+   void takeBack(RefCount const& count);
    void addToBacklog(HashedKey const& key);
    void traceOwner(char const* function, DecapKey const& key) const;
    dgRetCode reviewKeys(Mdl::Seconds deadline);

@@ -58,8 +58,8 @@ void FwdDecapGroupSm::MdlDecapGroup::createDecapEntry(DecapKey const& key) {
    // 2., 3.
    if (isStopped(key)) return;
    // 4. to 10.
-   HashedKey const hashed = hashedKey(key);
-   stateMachine->referenceTaken(hashed, stateMachine->changeRefCount(hashed, true));
+   RefCount count = stateMachine->refCountAt(hashedKey(key));
+   stateMachine->referenceTaken(count, stateMachine->changeRefCount(count, true));
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::deleteDecapEntry(DecapKey const& key) {
@@ -68,10 +68,10 @@ void FwdDecapGroupSm::MdlDecapGroup::deleteDecapEntry(DecapKey const& key) {
    // 1.
    traceWithdrawal(key);
    // 2.
-   HashedKey const hashed = hashedKey(key);
-   if (stateMachine->references(hashed) == 0) return;
+   RefCount count = stateMachine->refCountAt(hashedKey(key));
+   if (referencesOf(count) == 0) return;
    // 3. to 9.
-   stateMachine->referenceReleased(hashed, stateMachine->changeRefCount(hashed, false));
+   stateMachine->referenceReleased(count, stateMachine->changeRefCount(count, false));
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::traceWithdrawal(DecapKey const& key) const {
@@ -87,13 +87,14 @@ void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& keyOfNow,
    // the old key.
    DecapKey const heldKey = rekeyDepth_ == 0 ? keyOfOrigin(keyOfNow, origin) : keyOfNow;
    HashedKey const key = hashedKey(heldKey);
-   IntfKeyUse& use = fromIntf_.entry(key);
+   auto entry = fromIntf_.at(key);
+   IntfKeyUse& use = entry.orInsert();
    if (!use.hasOrigin(origin)) use.origins.push_back(origin);
    FirstException errors;
-   errors.attempt([&] { hold(fromIntf_, key); });
+   errors.attempt([&] { hold(entry); });
    // A hook may have taken the address away again.
-   IntfKeyUse* const now = fromIntf_.find(key);
-   if (now != nullptr && now->isWanted()) fromIntf_.list(*now, true);
+   IntfKeyUse const* const now = entry.find();
+   if (now != nullptr && now->isWanted()) fromIntf_.list(entry, true);
    errors.rethrow();
 }
 
@@ -101,7 +102,8 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
                                                  AddressOrigin const& origin) {
    DecapKey const heldKey = keyOfOrigin(keyOfNow, origin);
    HashedKey const key = hashedKey(heldKey);
-   IntfKeyUse* const use = fromIntf_.find(key);
+   auto entry = fromIntf_.at(key);
+   IntfKeyUse* const use = entry.find();
    if (use == nullptr || !use->hasOrigin(origin)) {
       traceWithdrawal(heldKey);
       return;
@@ -113,10 +115,10 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
    }
    use->leaving = true;
    FirstException errors;
-   errors.attempt([&] { letGo(fromIntf_, key); });
+   errors.attempt([&] { letGo(entry); });
    // A hook may have brought the address back.
-   IntfKeyUse* const now = fromIntf_.find(key);
-   if (now != nullptr && !now->isWanted()) fromIntf_.unlist(key, *now);
+   IntfKeyUse const* const now = entry.find();
+   if (now != nullptr && !now->isWanted()) fromIntf_.unlist(entry);
    errors.rethrow();
 }
 

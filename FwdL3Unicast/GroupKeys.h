@@ -71,56 +71,62 @@ template <class Use>
 class GroupKeys {
  public:
    using Keys = Mdl::Collection<DecapKey, Use>;
+   /// The entry of one key, for a function in which hook calls may change the set.
+   using Entry = Mdl::Lookup<Keys>;
 
    auto walk() const { return keys_.walk(); }
 
-   Use* find(HashedKey const& key) { return keys_.find(key); }
+   Entry at(HashedKey const& key) { return keys_.lookup(key); }
    Use const* find(HashedKey const& key) const { return keys_.find(key); }
+   void touch(HashedKey const& key) const noexcept { keys_.touch(key.hash()); }
 
    bool isListed(HashedKey const& key) const {
       Use const* const use = find(key);
       return use != nullptr && use->listed;
    }
-   bool isHeld(HashedKey const& key) const {
-      Use const* const use = find(key);
-      return use != nullptr && use->held;
-   }
 
-   /// The entry of a key, created when there is none.
-   Use& entry(HashedKey const& key) { return *keys_.tryInsert(key).value; }
-
-   void list(HashedKey const& key, bool value) { list(entry(key), value); }
-   /// The same for an entry that the caller has found.
-   void list(Use& use, bool value) {
+   /// Lists the key, with an entry of its own if there is none.
+   static void list(Entry& entry, bool value) {
+      Use& use = entry.orInsert();
       use.listed = true;
       use.leaving = false;
       use.value = value;
    }
 
-   void unlist(HashedKey const& key) {
-      if (Use* const use = find(key)) unlist(key, *use);
+   void list(HashedKey const& key, bool value) {
+      Entry entry = at(key);
+      list(entry, value);
    }
-   void unlist(HashedKey const& key, Use& use) {
-      use.listed = false;
-      use.value = false;
-      dropIfUnused(key, use);
+
+   static void unlist(Entry& entry) {
+      Use* const use = entry.find();
+      if (use == nullptr) return;
+      use->listed = false;
+      use->value = false;
+      dropIfUnused(entry);
+   }
+
+   void unlist(HashedKey const& key) {
+      Entry entry = at(key);
+      unlist(entry);
    }
 
    /// Nothing calls for the key any more.
-   void forget(HashedKey const& key) {
-      if (Use* const use = find(key)) {
-         Use rest;
-         rest.held = use->held;
-         *use = std::move(rest);
-         dropIfUnused(key, *use);
-      }
+   static void forget(Entry& entry) {
+      Use* const use = entry.find();
+      if (use == nullptr) return;
+      Use rest;
+      rest.held = use->held;
+      *use = std::move(rest);
+      dropIfUnused(entry);
    }
 
    /// Nothing calls for any key any more; what is held is still to be given back, and stays listed
    /// until then.
    void leaveAll() {
       for (auto const& entry : keys_.walk()) {
-         Use* const use = find(entry.hashed());
+         Entry now = at(entry.hashed());
+         Use* const use = now.find();
          if (use == nullptr) continue;
          Use rest;
          rest.value = use->value;
@@ -128,16 +134,24 @@ class GroupKeys {
          rest.held = use->held;
          rest.leaving = true;
          *use = std::move(rest);
-         dropIfUnused(entry.hashed(), *use);
+         dropIfUnused(now);
       }
    }
 
+   bool isHeld(HashedKey const& key) const {
+      Use const* const use = find(key);
+      return use != nullptr && use->held;
+   }
+   static bool isHeld(Entry& entry) {
+      Use const* const use = entry.find();
+      return use != nullptr && use->held;
+   }
+
    /// Clears the mark of a held reference, which the caller gives back. False when it is not held.
-   bool letGo(HashedKey const& key) {
-      Use* const use = find(key);
-      if (use == nullptr || !use->held) return false;
-      use->held = false;
-      dropIfUnused(key, *use);
+   static bool letGo(Entry& entry) {
+      if (!isHeld(entry)) return false;
+      entry.find()->held = false;
+      dropIfUnused(entry);
       return true;
    }
 
@@ -154,8 +168,10 @@ class GroupKeys {
    }
 
  private:
-   void dropIfUnused(HashedKey const& key, Use const& use) {
-      if (!use.listed && !use.held && !use.isWanted()) keys_.erase(key);
+   /// I3, for an entry that is there.
+   static void dropIfUnused(Entry& entry) {
+      Use const& use = *entry.find();
+      if (!use.listed && !use.held && !use.isWanted()) entry.erase();
    }
 
    Keys keys_;

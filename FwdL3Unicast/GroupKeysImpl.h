@@ -14,37 +14,48 @@ namespace Fwd {
 ///
 /// The mark is set as soon as the count is raised and before hardware is asked: a hook that
 /// releases the key inside the call finds it held.
-template <class Use>
-void FwdDecapGroupSm::MdlDecapGroup::hold(GroupKeys<Use>& keys, HashedKey const& key) {
+template <class Keys>
+void FwdDecapGroupSm::MdlDecapGroup::hold(Mdl::Lookup<Keys>& entry) {
+   using Use = typename Keys::Value;
    if (isMarkedForDeletion() || leaving_ || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   HashedKey const& key = entry.key();
    FWD_TRACE_AS("createDecapEntry", 2,
                 "createDecapEntry"
                     << " decapKey=" << key.key());
-   if (keys.isHeld(key) || isStopped(key.key())) return;
+   if (GroupKeys<Use>::isHeld(entry) || isStopped(key.key())) return;
    // The hook has been asked whether to wait, and may have done anything.
-   Use* const use = keys.find(key);
+   Use* const use = entry.find();
    if (use == nullptr || use->held || isMarkedForDeletion()) return;
-   std::uint32_t const references = stateMachine->changeRefCount(key, true);
+   RefCount count = stateMachine->refCountAt(key);
+   std::uint32_t const counted = stateMachine->changeRefCount(count, true);
    use->held = true;
-   stateMachine->referenceTaken(key, references);
+   stateMachine->referenceTaken(count, counted);
 }
 
 /// Gives back the reference that the set holds on a key; a key that it does not hold is left
 /// alone, whoever else holds it.
-template <class Use>
-void FwdDecapGroupSm::MdlDecapGroup::letGo(GroupKeys<Use>& keys, HashedKey const& key) {
+template <class Keys>
+void FwdDecapGroupSm::MdlDecapGroup::letGo(Mdl::Lookup<Keys>& entry) {
    if (stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   HashedKey const& key = entry.key();
    traceWithdrawal(key.key());
-   if (!keys.letGo(key) || stateMachine->references(key) == 0) return;
-   stateMachine->referenceReleased(key, stateMachine->changeRefCount(key, false));
+   if (!GroupKeys<typename Keys::Value>::letGo(entry)) return;
+   RefCount count = stateMachine->refCountAt(key);
+   if (referencesOf(count) == 0) return;
+   stateMachine->referenceReleased(count, stateMachine->changeRefCount(count, false));
 }
 
 /// Gives back every reference of a set, whose lists stay. An exception does not keep the others.
 template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors) {
-   for (auto const& entry : keys.walk()) errors.attempt([&] { letGo(keys, entry.hashed()); });
+   for (auto const& entry : keys.walk()) {
+      errors.attempt([&] {
+         auto now = keys.at(entry.hashed());
+         letGo(now);
+      });
+   }
 }
 
 /// Gives back every reference of a set and empties it. An exception does not keep the others.
@@ -55,12 +66,13 @@ void FwdDecapGroupSm::MdlDecapGroup::forgetAll(GroupKeys<Use>& keys, FirstExcept
    unsigned const mine = rebuilds_;
    for (auto const& entry : keys.walk()) {
       // A hook that re-keys the group may also take a key again that has just been given back.
+      auto now = keys.at(entry.hashed());
       do {
-         errors.attempt([&] { letGo(keys, entry.hashed()); });
+         errors.attempt([&] { letGo(now); });
          // One that rebuilds the group has emptied the set: what it holds now is to stay.
          if (rebuilds_ != mine) return;
-         keys.forget(entry.hashed());
-      } while (keys.isHeld(entry.hashed()));
+         keys.forget(now);
+      } while (keys.isHeld(now));
    }
 }
 

@@ -1,6 +1,7 @@
 // A group's configured prefixes, and the interface addresses that are reported to it.
 
 #include "FwdL3Unicast/GroupKeysImpl.h"
+#include "FwdL3Unicast/HardwareCall.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/Messages.h"
 
@@ -22,6 +23,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    // 3.
    DecapKey const key = keyOf(prefix);
    HashedKey const hashed = hashedKey(key);
+   // The searches that follow depend on nothing but the hash: their loads run side by side.
+   fromIp_.touch(hashed);
+   HardwareCall::touchBooks(*stateMachine, hashed);
    FirstException errors;
    // 4.
    if (!isConfigured(prefix)) {
@@ -42,11 +46,12 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
       FWD_TRACE(2, " add ");
       DecapKey const heldKey = keyOfPrefix(key);
       HashedKey const held = heldKey == key ? hashed : hashedKey(heldKey);
-      fromIp_.entry(held).wanted = true;
-      errors.attempt([&] { hold(fromIp_, held); });
+      auto entry = fromIp_.at(held);
+      entry.orInsert().wanted = true;
+      errors.attempt([&] { hold(entry); });
       // A hook may have taken the prefix away again.
-      PrefixKeyUse* const now = fromIp_.find(held);
-      if (now != nullptr && now->wanted) fromIp_.list(*now, true);
+      PrefixKeyUse const* const now = entry.find();
+      if (now != nullptr && now->wanted) fromIp_.list(entry, true);
    }
    errors.rethrow();
 }
@@ -63,14 +68,15 @@ DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfPrefix(DecapKey const& key) const 
 
 void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
                                                        FirstException& errors) {
-   if (PrefixKeyUse* const use = fromIp_.find(key)) {
+   auto entry = fromIp_.at(key);
+   if (PrefixKeyUse* const use = entry.find()) {
       use->wanted = false;
       use->leaving = true;
    }
-   errors.attempt([&] { letGo(fromIp_, key); });
+   errors.attempt([&] { letGo(entry); });
    // A hook may have brought the prefix back.
-   PrefixKeyUse* const now = fromIp_.find(key);
-   if (now != nullptr && !now->wanted) fromIp_.unlist(key, *now);
+   PrefixKeyUse const* const now = entry.find();
+   if (now != nullptr && !now->wanted) fromIp_.unlist(entry);
 }
 
 /// Whether the configuration has the prefix under the group's name. A reactor that a hook has put

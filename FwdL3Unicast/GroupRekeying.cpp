@@ -129,30 +129,32 @@ void FwdDecapGroupSm::MdlDecapGroup::rekeySet(GroupKeys<Use>& keys, Rekeyed cons
       if (!entry.value.isMember()) continue;
       if (onlyStale && rekeyed(entry.key) == entry.key) continue;
       // A hook that runs a re-keying of its own may take the old key again meanwhile.
+      auto old = keys.at(entry.hashed());
       do {
-         errors.attempt([&] { letGo(keys, entry.hashed()); });
-      } while (keys.isHeld(entry.hashed()) && group() && !isMarkedForDeletion());
+         errors.attempt([&] { letGo(old); });
+      } while (keys.isHeld(old) && group() && !isMarkedForDeletion());
       // The hook may have put the group to rest, or done away with the key.
-      Use const* const now = keys.find(entry.hashed());
+      Use const* const now = old.find();
       if (now == nullptr || !group() || isMarkedForDeletion()) continue;
       if (!now->isMember()) continue;
-      errors.attempt([&] { rekeyOne(keys, entry.hashed(), rekeyed(entry.key)); });
+      errors.attempt([&] { rekeyOne(keys, old, rekeyed(entry.key)); });
    }
 }
 
 /// The old key has been given back. The set changes before the new key is taken, unlike for a
 /// single prefix; the difference is deliberate and without effect on the counts.
 template <class Use>
-void FwdDecapGroupSm::MdlDecapGroup::rekeyOne(GroupKeys<Use>& keys, HashedKey const& oldKey,
+void FwdDecapGroupSm::MdlDecapGroup::rekeyOne(GroupKeys<Use>& keys,
+                                              typename GroupKeys<Use>::Entry& old,
                                               DecapKey const& newKey) {
-   Use const reasons = *keys.find(oldKey);
-   keys.forget(oldKey);
-   HashedKey const hashed = hashedKey(newKey);
-   Use& use = keys.entry(hashed);
+   Use const reasons = *old.find();
+   keys.forget(old);
+   auto entry = keys.at(hashedKey(newKey));
+   Use& use = entry.orInsert();
    use.absorb(reasons);
    use.listed = true;
    use.value = true;
-   hold(keys, hashed);
+   hold(entry);
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::handleDelete() {

@@ -26,13 +26,19 @@ Outcome outcomeOf(dgRetCode answer) noexcept {
 
 }  // namespace
 
-HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, HashedKey const& key) noexcept
-    : stateMachine_(stateMachine), key_(key.key()), hash_(key.hash()), destination_(key_),
+HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, RefCount const& count) noexcept
+    : stateMachine_(stateMachine), key_(count.key().key()),
+      count_(count, HashedKey(key_, count.key().hash())), destination_(key_),
       outer_(stateMachine.hardwareCalls_) {
    stateMachine.hardwareCalls_ = this;
 }
 
 HardwareCall::~HardwareCall() { stateMachine_.hardwareCalls_ = outer_; }
+
+void HardwareCall::touchBooks(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept {
+   stateMachine.refCount_.touch(key.hash());
+   stateMachine.tunnelTypeDecapIpToVrf_.touch(DestinationOf(key.key()).hashed().hash());
+}
 
 bool HardwareCall::isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept {
    for (auto const* call = stateMachine.hardwareCalls_; call != nullptr; call = call->outer_) {
@@ -89,8 +95,6 @@ void HardwareCall::remove() {
    }
    errors.rethrow();
 }
-
-bool HardwareCall::isCounted() const { return stateMachine_.refCount_.contains(hashed()); }
 
 bool HardwareCall::ownerIsAnother() const {
    auto const* const owner = stateMachine_.tunnelTypeDecapIpToVrf_.find(destination_.hashed());

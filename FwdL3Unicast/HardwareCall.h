@@ -3,6 +3,7 @@
 #include "FwdL3Unicast/DecapKey.h"
 #include "FwdL3Unicast/DestinationOf.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
+#include "FwdL3Unicast/RefCount.h"
 #include "FwdL3Unicast/dgRetCode.h"
 
 namespace Fwd {
@@ -20,10 +21,14 @@ namespace Fwd {
 /// I1: at most one object exists for a key.
 class HardwareCall {
  public:
-   HardwareCall(FwdDecapGroupSm& stateMachine, HashedKey const& key) noexcept;
+   /// For the key whose count was looked up.
+   HardwareCall(FwdDecapGroupSm& stateMachine, RefCount const& count) noexcept;
    ~HardwareCall();
    HardwareCall(HardwareCall const&) = delete;
    HardwareCall& operator=(HardwareCall const&) = delete;
+
+   /// Loads what the books have on a key that is about to be counted or released.
+   static void touchBooks(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept;
 
    static bool isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept;
 
@@ -41,8 +46,8 @@ class HardwareCall {
    void remove();
 
  private:
-   HashedKey hashed() const noexcept { return HashedKey(key_, hash_); }
-   bool isCounted() const;
+   HashedKey const& hashed() const noexcept { return count_.key(); }
+   bool isCounted() { return count_.exists(); }
    bool ownerIsAnother() const;
    dgRetCode ask();
    void settle(dgRetCode answer);
@@ -52,7 +57,7 @@ class HardwareCall {
 
    FwdDecapGroupSm& stateMachine_;
    DecapKey const key_;
-   std::uint32_t const hash_;
+   RefCount count_;
    DestinationOf const destination_;
    HardwareCall* const outer_;
 };

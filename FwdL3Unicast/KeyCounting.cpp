@@ -12,61 +12,58 @@ namespace Fwd {
 void FwdDecapGroupSm::updateRefCount(DecapKey const& key, bool inc) {
    if (key == invalidDecapKey || key == emptyDecapKey) return;
    DecapKey const pinned = key;
-   changeRefCount(hashedKey(pinned), inc);
+   RefCount count = refCountAt(hashedKey(pinned));
+   changeRefCount(count, inc);
    notify(memberId::refCount, &pinned);
-}
-
-std::uint32_t FwdDecapGroupSm::references(HashedKey const& key) const {
-   std::uint32_t const* const stored = refCount_.find(key);
-   return stored == nullptr ? 0 : *stored;
 }
 
 /// Changes the count and tells nobody yet; returns the new count. Either it has changed, or an
 /// exception for lack of memory says that nothing has.
-std::uint32_t FwdDecapGroupSm::changeRefCount(HashedKey const& key, bool inc) {
+std::uint32_t FwdDecapGroupSm::changeRefCount(RefCount& count, bool inc) {
    FWD_TRACE_AS("updateRefCount", 2,
                 "updateRefCount"
-                    << " key " << key.key() << " refCount " << references(key)
+                    << " key " << count.key().key() << " refCount " << referencesOf(count)
                     << (inc ? " inc by 1" : " dec by 1"));
-   if (inc) return ++*refCount_.tryInsert(key, 0U).value;
-   std::uint32_t* const stored = refCount_.find(key);
+   if (inc) return ++count.orInsert(0U);
+   std::uint32_t* const stored = count.find();
    if (stored == nullptr || *stored == 0) {
       Mdl::assertionFailed("0", sourceFile,
                            "void Fwd::FwdDecapGroupSm::updateRefCount(const Fwd::DecapKey&, bool)");
    }
    if (*stored > 1) return --*stored;
-   refCount_.erase(key);
-   refusedKey_.erase(key);
+   count.erase();
+   refusedKey_.erase(count.key());
    return 0;
 }
 
 /// Step by step what a new reference means: tell, and on the first one hand the key to hardware
 /// and ask for a verification. A watcher that throws does not stop the rest.
-void FwdDecapGroupSm::referenceTaken(HashedKey const& key, std::uint32_t references) {
+void FwdDecapGroupSm::referenceTaken(RefCount& count, std::uint32_t references) {
    FirstException errors;
-   errors.attempt([&] { notify(memberId::refCount, &key.key()); });
+   errors.attempt([&] { notify(memberId::refCount, &count.key().key()); });
    bool asked = false;
-   if (references == 1 && refCount_.contains(key)) errors.attempt([&] { asked = handOver(key); });
+   if (references == 1 && count.exists()) errors.attempt([&] { asked = handOver(count); });
    if (asked) errors.attempt([&] { requestVerifyIfAsked(); });
    errors.rethrow();
 }
 
-void FwdDecapGroupSm::referenceReleased(HashedKey const& key, std::uint32_t references) {
+void FwdDecapGroupSm::referenceReleased(RefCount& count, std::uint32_t references) {
    FirstException errors;
-   errors.attempt([&] { notify(memberId::refCount, &key.key()); });
-   if (references == 0 && !refCount_.contains(key)) errors.attempt([&] { takeBack(key); });
+   errors.attempt([&] { notify(memberId::refCount, &count.key().key()); });
+   if (references == 0 && !count.exists()) errors.attempt([&] { takeBack(count); });
    errors.rethrow();
 }
 
 /// The key has its first reference. False when hardware need not be asked: another VRF owns the
 /// destination, or a call that is under way for the key answers for it.
-bool FwdDecapGroupSm::handOver(HashedKey const& key) {
-   if (HardwareCall::isUnderWay(*this, key.key())) return false;
-   return HardwareCall(*this, key).program();
+bool FwdDecapGroupSm::handOver(RefCount const& count) {
+   if (HardwareCall::isUnderWay(*this, count.key().key())) return false;
+   return HardwareCall(*this, count).program();
 }
 
 /// The key has lost its last reference.
-void FwdDecapGroupSm::takeBack(HashedKey const& key) {
+void FwdDecapGroupSm::takeBack(RefCount const& count) {
+   HashedKey const& key = count.key();
    FWD_TRACE_AS("deleteDecapEntry", 2, " delete key from hw " << key.key());
    if (unprogrammedKey_.contains(key)) {
       // Hardware never held it: the hook is not called, and no other VRF can be let in.
@@ -78,7 +75,7 @@ void FwdDecapGroupSm::takeBack(HashedKey const& key) {
       return;
    }
    if (HardwareCall::isUnderWay(*this, key.key())) return;
-   HardwareCall(*this, key).remove();
+   HardwareCall(*this, count).remove();
 }
 
 }  // namespace Fwd

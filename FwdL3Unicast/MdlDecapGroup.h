@@ -163,10 +163,10 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool followsValues();
    void traceWithdrawal(DecapKey const& key) const;
 
-   template <class Use>
-   void hold(GroupKeys<Use>& keys, HashedKey const& key);
-   template <class Use>
-   void letGo(GroupKeys<Use>& keys, HashedKey const& key);
+   template <class Keys>
+   void hold(Mdl::Lookup<Keys>& entry);
+   template <class Keys>
+   void letGo(Mdl::Lookup<Keys>& entry);
    template <class Use>
    void letGoAll(GroupKeys<Use>& keys, FirstException& errors);
    template <class Use>
@@ -194,7 +194,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void rekeySet(GroupKeys<Use>& keys, Rekeyed const& rekeyed, bool onlyStale,
                  FirstException& errors);
    template <class Use>
-   void rekeyOne(GroupKeys<Use>& keys, HashedKey const& oldKey, DecapKey const& newKey);
+   void rekeyOne(GroupKeys<Use>& keys, typename GroupKeys<Use>::Entry& old, DecapKey const& newKey);
 
    FwdDecapGroupSm* stateMachine_;
    Mdl::String const name_;

@@ -6,6 +6,7 @@
 #include "mdl/EntryStore.h"
 #include "mdl/HashIndex.h"
 #include "mdl/KeyHash.h"
+#include "mdl/Lookup.h"
 #include "mdl/WalkList.h"
 
 #include <concepts>
@@ -112,6 +113,15 @@ class Collection {
    bool contains(K const& key) const { return find(key) != nullptr; }
    bool contains(Hashed const& key) const { return find(key) != nullptr; }
 
+   /// A search whose result can be used again after others have changed the collection.
+   Lookup<Collection> lookup(Hashed const& key) { return Lookup<Collection>(*this, key); }
+
+   /// Loads what a search for this hash reads first and waits for none of it, so that searches in
+   /// several collections, or for several keys, wait side by side and not one after the other.
+   void touch(std::uint32_t hash) const noexcept {
+      if (index_.active()) store_.touch(index_.touch(hash));
+   }
+
    /// Inserts, or gives the key another value. An equal value is no change, where values compare.
    Change insertOrAssign(K const& key, V value) {
       return insertOrAssign(hashed(key), std::move(value));
@@ -160,15 +170,28 @@ class Collection {
    friend Walk<Collection>;
    friend SortedWalk<Collection>;
    friend CollectionScan<Collection>;
+   friend Lookup<Collection>;
 
    using Store = EntryStore<K, V>;
    using Slot = typename Store::Slot;
    static constexpr std::uint32_t npos = Store::npos;
 
+   /// Keeps the index in step with entries that move.
+   struct Moved {
+      HashIndex& index;
+      void touch(std::uint32_t hash) const noexcept {
+         if (index.active()) index.touch(hash);
+      }
+      void operator()(std::uint32_t hash, std::uint32_t from, std::uint32_t to) const noexcept {
+         if (index.active()) index.move(hash, from, to);
+      }
+   };
+
    std::uint32_t positionOf(Hashed const& key) const;
    [[gnu::noinline]] std::uint32_t positionOfUnindexed(Hashed const& key) const;
    template <class... Args>
-   Slot& insertAbsent(Hashed const& key, Args&&... args);
+   Slot& insertAbsent(Hashed const& key, std::uint32_t& at, Args&&... args);
+   void extractAt(std::optional<Entry>& gone, std::uint32_t hash, std::uint32_t at);
    void buildIndex();
    void walkLeft() const noexcept;
    void closeHoles(std::uint32_t chunk) noexcept;
@@ -180,7 +203,7 @@ class Collection {
    HashIndex index_;
    mutable WalkList walks_;
    std::uint32_t seed_;
-   std::uint32_t removals_ = 0;  ///< so that a scan notices
+   std::uint32_t removals_ = 0;  ///< and whatever else moves entries; so that others notice
    bool untidy_ = false;         ///< holes were left because of walks
 };
 

@@ -67,9 +67,9 @@ V const* Collection<K, V, Hasher>::find(Hashed const& key) const {
 
 template <class K, class V, class Hasher>
 Change Collection<K, V, Hasher>::insertOrAssign(Hashed const& key, V value) {
-   std::uint32_t const at = positionOf(key);
+   std::uint32_t at = positionOf(key);
    if (at == npos) {
-      insertAbsent(key, std::move(value));
+      insertAbsent(key, at, std::move(value));
       return Change::inserted;
    }
    V& stored = store_.at(at).value;
@@ -87,21 +87,24 @@ template <class K, class V, class Hasher>
 template <class... Args>
 typename Collection<K, V, Hasher>::Place Collection<K, V, Hasher>::tryInsert(Hashed const& key,
                                                                              Args&&... args) {
-   std::uint32_t const at = positionOf(key);
+   std::uint32_t at = positionOf(key);
    if (at != npos) return {std::addressof(store_.at(at).value), false};
-   return {std::addressof(insertAbsent(key, std::forward<Args>(args)...).value), true};
+   return {std::addressof(insertAbsent(key, at, std::forward<Args>(args)...).value), true};
 }
 
-/// All that can fail comes before the entry exists; adding it to the index cannot.
+/// Adds an entry for a key that has none and says where. All that can fail comes before the entry
+/// exists; adding it to the index cannot.
 template <class K, class V, class Hasher>
 template <class... Args>
 typename Collection<K, V, Hasher>::Slot& Collection<K, V, Hasher>::insertAbsent(Hashed const& key,
+                                                                                std::uint32_t& at,
                                                                                 Args&&... args) {
-   std::uint32_t const at = store_.room();
+   std::uint32_t const free = store_.room();
    if (!index_.active() && store_.positions() == mostUnindexed) buildIndex();
    if (index_.active()) index_.makeRoom(key.hash(), hashes());
    Slot& slot = store_.append(key.hash(), key.key(), std::forward<Args>(args)...);
-   if (index_.active()) index_.insert(key.hash(), at);
+   if (index_.active()) index_.insert(key.hash(), free);
+   at = free;
    return slot;
 }
 
@@ -123,12 +126,17 @@ std::optional<CollectionEntry<K, V>> Collection<K, V, Hasher>::extract(Hashed co
    if (empty()) return gone;
    std::uint32_t const hash = key.hash();
    std::uint32_t const at = positionOf(key);
-   if (at == npos) return gone;
+   if (at != npos) extractAt(gone, hash, at);
+   return gone;
+}
+
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::extractAt(std::optional<Entry>& gone, std::uint32_t hash,
+                                         std::uint32_t at) {
    if (index_.active()) index_.erase(hash, at, hashes());
    store_.takeInto(gone, at);
    ++removals_;
    closeHoles(at >> Store::chunkBits);
-   return gone;
 }
 
 template <class K, class V, class Hasher>
@@ -152,9 +160,7 @@ void Collection<K, V, Hasher>::closeHoles(std::uint32_t chunk) noexcept {
       untidy_ = true;
       return;
    }
-   store_.compact(chunk, [this](std::uint32_t hash, std::uint32_t from, std::uint32_t to) {
-      if (index_.active()) index_.move(hash, from, to);
-   });
+   store_.compact(chunk, Moved{index_});
    if (store_.positions() <= mostUnindexed / 2) index_.clear();
 }
 
@@ -165,9 +171,8 @@ void Collection<K, V, Hasher>::walkLeft() const noexcept {
    if (!untidy_ || !walks_.empty()) return;
    auto& self = const_cast<Collection&>(*this);
    self.untidy_ = false;
-   self.store_.tidy([&self](std::uint32_t hash, std::uint32_t from, std::uint32_t to) {
-      if (self.index_.active()) self.index_.move(hash, from, to);
-   });
+   ++self.removals_;
+   self.store_.tidy(Moved{self.index_});
    if (store_.positions() <= mostUnindexed / 2) self.index_.clear();
 }
 
@@ -175,12 +180,8 @@ void Collection<K, V, Hasher>::walkLeft() const noexcept {
 
 template <class K, class V, class Hasher>
 HashIndex::Hashes Collection<K, V, Hasher>::hashes() const noexcept {
-   return {&store_,
-           [](void const* store, std::uint32_t at) noexcept {
+   return {&store_, [](void const* store, std::uint32_t at) noexcept {
               return static_cast<Store const*>(store)->hashAt(at);
-           },
-           [](void const* store, std::uint32_t at) noexcept {
-              static_cast<Store const*>(store)->prefetchHash(at);
            }};
 }
 

@@ -115,8 +115,13 @@ class EntryStore {
    }
    /// 0 for a hole.
    std::uint32_t hashAt(std::uint32_t position) const noexcept { return *hashPlace(position); }
-   void prefetchHash(std::uint32_t position) const noexcept {
-      __builtin_prefetch(hashPlace(position));
+   /// Loads an entry and its hash; nothing at npos. See Collection::touch.
+   void touch(std::uint32_t position) const noexcept {
+      if (position == npos) return;
+      Chunk const& chunk = *chunks_[position >> chunkBits].chunk;
+      std::uint32_t const place = position & (chunkSlots - 1);
+      static_cast<void>(*reinterpret_cast<unsigned char const volatile*>(&slot(chunk, place)));
+      static_cast<void>(*static_cast<std::uint32_t const volatile*>(hashes(chunk) + place));
    }
 
    /// An entry of a chunk, not a hole.
@@ -140,8 +145,8 @@ class EntryStore {
    void takeInto(std::optional<Entry>& taken, std::uint32_t position) noexcept;
 
    /// Closes up the chunk `number` if its holes are worth it, and frees it if it is empty.
-   /// `moved(hash, from, to)` is told of each entry that gets another position. Not while anybody
-   /// remembers positions.
+   /// `moved(hash, from, to)` is told of each entry that gets another position, after
+   /// `moved.touch(hash)` for all of them. Not while anybody remembers positions.
    template <class Moved>
    void compact(std::uint32_t number, Moved const& moved) noexcept;
 
@@ -192,6 +197,8 @@ class EntryStore {
    }
    template <class Moved>
    void rewrite(std::uint32_t number, bool withNext, Moved const& moved) noexcept;
+   template <class Moved>
+   static void touchIndex(Chunk const& chunk, Moved const& moved) noexcept;
    template <class Moved>
    static void moveEntries(Chunk& from, std::uint32_t fromNumber, Chunk& to, std::uint32_t toNumber,
                            std::uint32_t& place, Moved const& moved) noexcept;

@@ -84,6 +84,28 @@ void HashIndex::forEach(Table& table, Visit const& visit) {
    }
 }
 
+/// The same with each position's hash. Hashes lie all over the array of entries; they are loaded
+/// many at once, because one after the other each would be waited for.
+template <class Visit>
+void HashIndex::forEachHashed(Table& table, Hashes const& hashes, Visit const& visit) {
+   constexpr std::size_t atOnce = 128;
+   std::array<std::uint32_t, atOnce> positions;
+   std::array<std::uint32_t, atOnce> loaded;
+   std::size_t count = 0;
+   auto const visitThem = [&] {
+      for (std::size_t i = 0; i < count; ++i) {
+         loaded[i] = hashes.at(hashes.entries, positions[i]);
+      }
+      for (std::size_t i = 0; i < count; ++i) visit(loaded[i], positions[i]);
+      count = 0;
+   };
+   forEach(table, [&](std::uint32_t position) {
+      positions[count++] = position;
+      if (count == atOnce) visitThem();
+   });
+   visitThem();
+}
+
 // ---- Insertion and growth -----------------------------------------------------------------------
 
 void HashIndex::grow(std::uint32_t hash, Hashes const& hashes) {
@@ -111,8 +133,7 @@ void HashIndex::publish(std::size_t place, Table* table) noexcept {
 /// Moves the positions of the table at `place` into `into`, which replaces it.
 void HashIndex::resize(std::size_t place, Table* into, Hashes const& hashes) noexcept {
    Table& old = directory_[place].table();
-   forEach(old, [&](std::uint32_t at) { hashes.prefetch(hashes.entries, at); });
-   forEach(old, [&](std::uint32_t at) { put(*into, hashes.at(hashes.entries, at), at); });
+   forEachHashed(old, hashes, [&](std::uint32_t hash, std::uint32_t at) { put(*into, hash, at); });
    publish(place, into);
    release(&old);
 }
@@ -128,10 +149,8 @@ bool HashIndex::split(std::size_t place, Hashes const& hashes) {
    // 1. How the positions divide.
    std::uint32_t const bit = 0x80000000U >> old.depth;
    std::uint32_t upper = 0;
-   forEach(old, [&](std::uint32_t at) { hashes.prefetch(hashes.entries, at); });
-   forEach(old, [&](std::uint32_t at) {
-      upper += (hashes.at(hashes.entries, at) & bit) != 0 ? 1U : 0U;
-   });
+   forEachHashed(old, hashes,
+                 [&](std::uint32_t hash, std::uint32_t) { upper += (hash & bit) != 0 ? 1U : 0U; });
    if (upper == 0 || upper == old.count) return false;
 
    // 2. All memory, before anything changes that a reader could see.
@@ -148,8 +167,7 @@ bool HashIndex::split(std::size_t place, Hashes const& hashes) {
    }
 
    // 3. The positions, and who answers for them.
-   forEach(old, [&](std::uint32_t at) {
-      std::uint32_t const hash = hashes.at(hashes.entries, at);
+   forEachHashed(old, hashes, [&](std::uint32_t hash, std::uint32_t at) {
       put((hash & bit) != 0 ? *high : *low, hash, at);
    });
    std::size_t const half = std::size_t{1} << (32 - shift_ - depth);
@@ -217,7 +235,8 @@ bool HashIndex::unite(std::size_t place, Hashes const& hashes) noexcept {
    if (buddy.depth != table.depth || count > maxGroups * fillPerGroup / 2) return false;
    Table* const into = allocate(groupsFor(count), table.depth - 1);
    if (into == nullptr) return false;
-   forEach(buddy, [&](std::uint32_t at) { put(*into, hashes.at(hashes.entries, at), at); });
+   forEachHashed(buddy, hashes,
+                 [&](std::uint32_t hash, std::uint32_t at) { put(*into, hash, at); });
    release(&buddy);
    resize(place, into, hashes);
    --tables_;

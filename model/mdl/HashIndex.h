@@ -47,9 +47,9 @@ namespace Mdl {
 ///
 /// Tried and left: tombstones instead of `passed` (searches for absent keys grow with churn until
 /// a clean-up, which then is one more stall); tags and positions of a group in one cache line (five
-/// times as much memory to miss in, for one line less when a key is found); loading ahead what
-/// other searches will read (with many entries the time goes into the translation of addresses,
-/// which that does not shorten).
+/// times as much memory to miss in, for one line less when a key is found); prefetching what later
+/// searches will read (dropped where an address must be translated first; loads are not, so
+/// `touch` loads).
 class MDL_EXPORT HashIndex {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
@@ -59,7 +59,6 @@ class MDL_EXPORT HashIndex {
    struct Hashes {
       void const* entries;
       std::uint32_t (*at)(void const* entries, std::uint32_t position) noexcept;
-      void (*prefetch)(void const* entries, std::uint32_t position) noexcept;
    };
 
    HashIndex() noexcept = default;
@@ -76,6 +75,10 @@ class MDL_EXPORT HashIndex {
    /// `matches` is asked about positions of the same tag, not only of the same hash.
    template <class Matches>
    std::uint32_t find(std::uint32_t hash, Matches const& matches) const;
+
+   /// Loads what a search reads first, and gives the position that it would look at first, npos if
+   /// none. See Collection::touch.
+   std::uint32_t touch(std::uint32_t hash) const noexcept;
 
    /// Makes sure that `insert` of this hash finds room. Throws std::bad_alloc, and then every
    /// position is still found.
@@ -170,6 +173,8 @@ class MDL_EXPORT HashIndex {
    static std::uint32_t locate(Table& table, Probe& probe, std::uint32_t position) noexcept;
    template <class Visit>
    static void forEach(Table& table, Visit const& visit);
+   template <class Visit>
+   static void forEachHashed(Table& table, Hashes const& hashes, Visit const& visit);
 
    template <class Matches>
    [[gnu::noinline]] static std::uint32_t findFurther(Place const& place, std::uint32_t hash,
@@ -190,61 +195,6 @@ class MDL_EXPORT HashIndex {
    unsigned shift_ = 0;  ///< 32 less the depth; 0 while there is no table
 };
 
-template <class Matches>
-inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches) const {
-   // Nearly every search ends in its first group, with the first slot of that tag or without one.
-   Place const& place = directory_[placeOf(hash)];
-   std::uint32_t const group = hash & place.groupMask;
-   std::uint32_t const* const positions = place.positions + group * positionsPerGroup;
-   __builtin_prefetch(positions);
-   TagGroup const& tags = place.tags[group];
-   Chosen const some = tags.matching(tagOf(hash));
-   if (some.any()) {
-      std::uint32_t const position = positions[some.first()];
-      if (matches(position)) [[likely]]
-         return position;
-   } else if ((tags.passed & passBitOf(hash)) == 0) [[likely]] {
-      return npos;
-   }
-   return findFurther(place, hash, matches);
-}
-
-template <class Matches>
-std::uint32_t HashIndex::findFurther(Place const& place, std::uint32_t hash,
-                                     Matches const& matches) {
-   Probe probe(hash, place.groupMask);
-   for (std::uint32_t left = place.groupMask;; --left, probe.next()) {
-      TagGroup const& tags = place.tags[probe.group];
-      for (Chosen some = tags.matching(probe.tag); some.any(); some.dropFirst()) {
-         std::uint32_t const position =
-             place.positions[probe.group * positionsPerGroup + some.first()];
-         if (matches(position)) return position;
-      }
-      if ((tags.passed & passBitOf(hash)) == 0 || left == 0) return npos;
-   }
-}
-
-inline void HashIndex::makeRoom(std::uint32_t hash, Hashes const& hashes) {
-   if (!active() || tableOf(hash).full()) [[unlikely]]
-      grow(hash, hashes);
-}
-
-inline void HashIndex::insert(std::uint32_t hash, std::uint32_t position) noexcept {
-   put(tableOf(hash), hash, position);
-}
-
-/// Keeps I2. The table is not full (I3).
-inline void HashIndex::put(Table& table, std::uint32_t hash, std::uint32_t position) noexcept {
-   ++table.count;
-   for (Probe probe(hash, table.groupCount - 1);; probe.next()) {
-      TagGroup& tags = table.tags()[probe.group];
-      if (Chosen const empty = tags.matching(0); empty.any()) [[likely]] {
-         tags.tags[empty.first()] = static_cast<std::uint8_t>(probe.tag);
-         table.positions()[probe.group * positionsPerGroup + empty.first()] = position;
-         return;
-      }
-      table.pass(probe.group, passClassOf(hash));
-   }
-}
-
 }  // namespace Mdl
+
+#include "mdl/HashIndexImpl.h"
