@@ -1,6 +1,5 @@
 // The keys that wait for hardware, the review that tries them again, and the alarm.
 
-#include "FwdL3Unicast/DestinationOf.h"
 #include "FwdL3Unicast/FirstException.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 #include "FwdL3Unicast/HardwareCall.h"
@@ -9,6 +8,13 @@
 #include "mdl/System.h"
 
 namespace Fwd {
+
+namespace {
+
+/// How many keys before its turn a review loads what the books have on a key.
+constexpr std::uint32_t reviewedAhead = 4;
+
+}  // namespace
 
 void FwdDecapGroupSm::addKeyToUnprogrammed(DecapKey const& key) { addToBacklog(hashedKey(key)); }
 
@@ -84,23 +90,29 @@ void FwdDecapGroupSm::doReview() {
 
 dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
    dgRetCode last = dgRcSuccess;
-   for (auto const& waiting : unprogrammedKey_.walk()) {
+   auto walk = unprogrammedKey_.walk();
+   for (auto const& waiting : walk) {
       DecapKey const& key = waiting.key;
+      walk.ahead(reviewedAhead, [this](HashedKey const& next) {
+         unprogrammedKey_.touch(next.hash());
+         HardwareCall::touchBooks(*this, next);
+      });
       // 1. The check precedes each key, so that one pass overruns by one hook call at the most.
       if (Mdl::System::currentTime() > deadline) {
          FWD_TRACE_AS("doReview", 7, " unprorammed remaining " << unprogrammedKey_.size());
          break;
       }
       // 2. A key whose destination another VRF owns is passed over.
-      DestinationOf const destination(key);
-      auto const* const owner = tunnelTypeDecapIpToVrf_.find(destination.hashed());
-      if (owner != nullptr && *owner != key.forwardingVrf()) {
+      //    So is one that hardware is being asked about; the call under way answers for it.
+      if (HardwareCall::isUnderWay(*this, key)) continue;
+      HardwareCall call(*this, refCountAt(waiting.hashed()));
+      if (call.ownerIsAnother()) {
          traceOwner("doReview", key);
          continue;
       }
-      if (HardwareCall::isUnderWay(*this, key)) continue;
       // 3., 4.
-      last = HardwareCall(*this, refCountAt(waiting.hashed())).retry();
+      auto entry = walk.lookup();
+      last = call.retry(entry);
       if (last == dgRcSuccess || last == dgRcAlreadyExists) continue;
       // 5. The first refusal ends the pass; the key stays where it is and comes first next time.
       if (last == dgRcHwFull && status_ && !status_->hwResourceFull()) raiseHwResourceFull();

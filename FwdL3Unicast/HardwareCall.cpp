@@ -29,6 +29,7 @@ Outcome outcomeOf(dgRetCode answer) noexcept {
 HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, RefCount const& count) noexcept
     : stateMachine_(stateMachine), key_(count.key().key()),
       count_(count, HashedKey(key_, count.key().hash())), destination_(key_),
+      owner_(stateMachine.tunnelTypeDecapIpToVrf_, destination_.hashed()),
       outer_(stateMachine.hardwareCalls_) {
    stateMachine.hardwareCalls_ = this;
 }
@@ -62,18 +63,18 @@ bool HardwareCall::program() {
    return true;
 }
 
-dgRetCode HardwareCall::retry() {
+dgRetCode HardwareCall::retry(Mdl::Lookup<Waiting>& waiting) {
    dgRetCode const answer = ask();
    FWD_TRACE_AS("doReview", 7, " unprogrammed rc " << answer);
    if (!isCounted()) {
       withdrawUnwanted(answer);
    } else if (outcomeOf(answer) == Outcome::inHardware) {
-      recordSuccess();
+      recordSuccess(waiting);
    } else if (outcomeOf(answer) == Outcome::retryLater) {
       // No effect on a key that still waits; one that was released and wanted again meanwhile
       // has left the backlog.
       stateMachine_.addToBacklog(hashed());
-   } else if (!stateMachine_.unprogrammedKey_.contains(hashed())) {
+   } else if (!waiting.exists()) {
       stateMachine_.refusedKey_.insertOrAssign(hashed(), answer);
    }
    return answer;
@@ -84,10 +85,7 @@ void HardwareCall::remove() {
    errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
    // The owner goes with any of its keys, even while another key of the same destination stays in
    // hardware. This is deliberate: the next VRF that asks is let in.
-   errors.attempt([&] {
-      stateMachine_.entryDel(stateMachine_.tunnelTypeDecapIpToVrf_, destination_.hashed(),
-                             memberId::tunnelTypeDecapIpToVrf);
-   });
+   errors.attempt([&] { stateMachine_.entryDel(owner_, memberId::tunnelTypeDecapIpToVrf); });
    if (isCounted()) {
       errors.attempt([&] { program(); });
    } else {
@@ -96,8 +94,8 @@ void HardwareCall::remove() {
    errors.rethrow();
 }
 
-bool HardwareCall::ownerIsAnother() const {
-   auto const* const owner = stateMachine_.tunnelTypeDecapIpToVrf_.find(destination_.hashed());
+bool HardwareCall::ownerIsAnother() {
+   auto const* const owner = owner_.find();
    return owner != nullptr && *owner != key_.forwardingVrf();
 }
 
@@ -118,7 +116,11 @@ void HardwareCall::settle(dgRetCode answer) {
       return;
    }
    switch (outcomeOf(answer)) {
-      case Outcome::inHardware: recordSuccess(); return;
+      case Outcome::inHardware: {
+         auto waiting = stateMachine_.unprogrammedKey_.lookup(hashed());
+         recordSuccess(waiting);
+         return;
+      }
       case Outcome::retryLater: recordRefusal(answer); return;
       case Outcome::givenUp:
          // Neither recorded as owner nor tried again, and still counted: deliberate. Its last
@@ -138,7 +140,7 @@ void HardwareCall::withdrawUnwanted(dgRetCode answer) {
    errors.rethrow();
 }
 
-void HardwareCall::recordSuccess() {
+void HardwareCall::recordSuccess(Mdl::Lookup<Waiting>& waiting) {
    if (ownerIsAnother()) {
       // Another VRF took the destination inside the hook call, when it was still free. One of the
       // two must go, and the other one is in the books.
@@ -150,12 +152,9 @@ void HardwareCall::recordSuccess() {
    }
    stateMachine_.refusedKey_.erase(hashed());
    FirstException errors;
+   errors.attempt([&] { stateMachine_.entryDel(waiting, memberId::unprogrammedKey); });
    errors.attempt([&] {
-      stateMachine_.entryDel(stateMachine_.unprogrammedKey_, hashed(), memberId::unprogrammedKey);
-   });
-   errors.attempt([&] {
-      stateMachine_.entryIs(stateMachine_.tunnelTypeDecapIpToVrf_, destination_.hashed(),
-                            key_.forwardingVrf(), memberId::tunnelTypeDecapIpToVrf);
+      stateMachine_.entryIs(owner_, key_.forwardingVrf(), memberId::tunnelTypeDecapIpToVrf);
    });
    errors.rethrow();
 }

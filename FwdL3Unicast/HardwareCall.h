@@ -21,6 +21,8 @@ namespace Fwd {
 /// I1: at most one object exists for a key.
 class HardwareCall {
  public:
+   using Waiting = Mdl::Collection<DecapKey, bool>;
+
    /// For the key whose count was looked up.
    HardwareCall(FwdDecapGroupSm& stateMachine, RefCount const& count) noexcept;
    ~HardwareCall();
@@ -37,9 +39,12 @@ class HardwareCall {
    /// False when it waits for another VRF.
    bool program();
 
-   /// Tries a waiting key again and records the answer. The key may have left books and backlog
-   /// when this returns.
-   dgRetCode retry();
+   /// Tries a key of the backlog again and records the answer. The key may have left books and
+   /// backlog when this returns.
+   dgRetCode retry(Mdl::Lookup<Waiting>& waiting);
+
+   /// Whether another VRF owns the destination.
+   bool ownerIsAnother();
 
    /// Removes the key, whose last reference has gone, and programs it again if a new reference has
    /// come meanwhile.
@@ -48,17 +53,17 @@ class HardwareCall {
  private:
    HashedKey const& hashed() const noexcept { return count_.key(); }
    bool isCounted() { return count_.exists(); }
-   bool ownerIsAnother() const;
    dgRetCode ask();
    void settle(dgRetCode answer);
    void withdrawUnwanted(dgRetCode answer);
-   void recordSuccess();
+   void recordSuccess(Mdl::Lookup<Waiting>& waiting);
    void recordRefusal(dgRetCode answer);
 
    FwdDecapGroupSm& stateMachine_;
    DecapKey const key_;
    RefCount count_;
    DestinationOf const destination_;
+   Mdl::Lookup<Mdl::Collection<TunnelTypeDecapIp, L3::VrfName>> owner_;
    HardwareCall* const outer_;
 };
 

@@ -1,5 +1,6 @@
 #include "FwdL3Unicast/MdlDecapGroup.h"
 
+#include "FwdL3Unicast/MdlDgConfig.h"
 #include "FwdL3Unicast/Messages.h"
 
 namespace Fwd {
@@ -9,6 +10,7 @@ FwdDecapGroupSm::MdlDecapGroup::MdlDecapGroup(Mdl::Ptr<DecapGroup const> const& 
     : NotifieeConst(group), stateMachine_(stateMachine),
       name_(group ? group->name() : Mdl::String()), nameHash_(name_.hash(Mdl::hashSeed32())) {
    isRegisteredNotifieeIs(true);
+   nameIntfs();
 }
 
 FwdDecapGroupSm::MdlDecapGroup::~MdlDecapGroup() {
@@ -28,6 +30,7 @@ void FwdDecapGroupSm::MdlDecapGroup::notifierIs(Mdl::Ptr<Mdl::Entity const> cons
    baseNotifierIs(next);
    // Before the handlers, so that a hook that changes the new group inside them is heard.
    isRegisteredNotifieeIs(true);
+   nameIntfs();
    if (next) produceKeys();
 }
 
@@ -47,7 +50,11 @@ void FwdDecapGroupSm::MdlDecapGroup::produceKeys() {
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::onAttribute(Mdl::AttributeId attribute, void const* key) {
-   if (isMarkedForDeletion() || stateMachine_ == nullptr) return;
+   if (stateMachine_ == nullptr) return;
+   if (attribute == DecapGroup::decapIntfAttributeId) {
+      nameIntf(*static_cast<DecapIntfKey const*>(key));
+   }
+   if (isMarkedForDeletion()) return;
    Mdl::Ptr<FwdDecapGroupSm> const alive(stateMachine_);
    switch (attribute) {
       // Before the replay the group is not followed entry by entry: the replay derives everything
@@ -74,6 +81,45 @@ void FwdDecapGroupSm::MdlDecapGroup::mdlDoZombieReactors(bool zombie) {
    // The group is withdrawn in both directions of the transition: deliberate. A group that is
    // revived has given everything back on its way out, and the second time finds nothing held.
    zombieTransition(zombie, [this] { handleDelete(); });
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::hasNotificationActiveIs(bool active) {
+   NotifieeConst::hasNotificationActiveIs(active);
+   if (active) nameIntfs();
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::stateMachineIs(FwdDecapGroupSm* stateMachine) {
+   if (stateMachine == nullptr && stateMachine_ != nullptr) {
+      if (auto const& config = stateMachine_->mdlDgConfig()) {
+         for (auto const& entry : named_) config->interfaceUsers().remove(entry.key, name_);
+      }
+      named_.clear();
+   }
+   stateMachine_ = stateMachine;
+}
+
+/// Lists the group as a user of an interface exactly while it has an entry for it.
+void FwdDecapGroupSm::MdlDecapGroup::nameIntf(DecapIntfKey const& decapIntfKey) noexcept {
+   auto const config = stateMachine_ == nullptr ? nullptr : stateMachine_->mdlDgConfig();
+   if (!config) return;
+   auto const watched = group();
+   if (watched && watched->decapIntfHas(decapIntfKey)) {
+      config->interfaceUsers().add(decapIntfKey, name_);
+      try {
+         named_.tryInsert(decapIntfKey, true);
+      } catch (...) {
+         // It stays listed as long as the machine lives, which costs others a look at it.
+      }
+   } else if (named_.erase(decapIntfKey)) {
+      config->interfaceUsers().remove(decapIntfKey, name_);
+   }
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::nameIntfs() noexcept {
+   for (auto const& entry : named_.walk()) nameIntf(entry.key);
+   auto const watched = group();
+   if (!watched) return;
+   for (auto const& entry : watched->decapIntf()) nameIntf(entry.key);
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::replay(unsigned replay) {

@@ -41,8 +41,11 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void notifierIs(Mdl::Ptr<Mdl::Entity const> const& group) override;
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
    void mdlDoZombieReactors(bool zombie) override;
+   /// Switched on, it looks up which interfaces the group names by now.
+   void hasNotificationActiveIs(bool active) override;
 
-   void stateMachineIs(FwdDecapGroupSm* stateMachine) noexcept { stateMachine_ = stateMachine; }
+   /// Null also strikes the group off the interfaces that it names.
+   void stateMachineIs(FwdDecapGroupSm* stateMachine);
 
    // Start-up.
 
@@ -178,6 +181,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool isStray(AddressOrigin const& origin) const;
    void leaveStrays();
 
+   void nameIntf(DecapIntfKey const& decapIntfKey) noexcept;
+   void nameIntfs() noexcept;
    void forEachIntfEntry(FirstException& errors, bool withExcludes);
    enum class Record : std::uint8_t { upToDate, applied, changed, missing };
    Record updateRecord(DecapIntfKey const& decapIntfKey);
@@ -212,6 +217,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    GroupKeys<PrefixKeyUse> fromIp_;
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<IntfAddressType>> intfAddressType_;
    Mdl::Collection<DecapIntfKey, DecapExcludeIntfSet> prevExclude_;
+   /// The interfaces under which the group is listed as a user.
+   Mdl::Collection<DecapIntfKey, bool> named_;
 };
 
 }  // namespace Fwd

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
+#include "FwdL3Unicast/InterfaceUsers.h"
 
 namespace Fwd {
 
@@ -18,6 +19,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDgConfig final : public Mdl::PtrInterface::
    void notifierIs(Mdl::Ptr<Mdl::Entity const> const& config) override;
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
 
+   /// Which groups say something of an interface, as their reactors write it down.
+   InterfaceUsers& interfaceUsers() noexcept { return interfaceUsers_; }
+
    void stateMachineIs(FwdDecapGroupSm* stateMachine) noexcept { stateMachine_ = stateMachine; }
 
  private:
@@ -25,6 +29,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDgConfig final : public Mdl::PtrInterface::
    void handleDecapGroup(Mdl::String const& name);
 
    FwdDecapGroupSm* stateMachine_;
+   InterfaceUsers interfaceUsers_;
 };
 
 }  // namespace Fwd

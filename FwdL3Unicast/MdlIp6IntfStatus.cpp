@@ -39,8 +39,8 @@ void Reactor::notifierIs(Mdl::Ptr<Mdl::Entity const> const& entity) {
    Mdl::Ptr<MdlIp6IntfStatus> const self(this);
    baseNotifierIs(next);
    isRegisteredNotifieeIs(true);
-   if (!old || stateMachine_ == nullptr) return;
-   if (!stateMachine_->initializedAndReady()) return changeMissed();
+   // What changes before the machine is ready, it makes up for when it is.
+   if (!old || stateMachine_ == nullptr || !stateMachine_->initializedAndReady()) return;
    FirstException errors;
    withdrawLost(*old, next.get(), errors);
    errors.rethrow();
@@ -64,8 +64,7 @@ void Reactor::handleAddr6WithMask(Pkt::Ip6AddrWithMask const& addrArgument) {
    auto const watched = status();
    Pkt::Ip6AddrWithMask const addr = addrArgument;
    // 1.
-   if (!stateMachine || !watched) return;
-   if (!stateMachine->initializedAndReady()) return changeMissed();
+   if (!stateMachine || !watched || !stateMachine->initializedAndReady()) return;
    // 2.
    FWD_TRACE(2, "handleAddr6WithMask"
                     << "intfId: " << intfId_ << "ip6: " << addr.addr());
@@ -75,11 +74,12 @@ void Reactor::handleAddr6WithMask(Pkt::Ip6AddrWithMask const& addrArgument) {
    if (!Admission::takesPart(intfId_, watched->vrf())) return changeMissed();
    Pkt::IpGenPrefix const prefix(addr.addr());
    FirstException errors;
-   forEachGroup(*stateMachine, errors, [&](DecapGroup const& group, MdlDecapGroup& reactor) {
+   auto const follow = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
       if (!Admission(group).uses(intfId_, Pkt::familyIpv6)) return;
       // Whether it came or went is for the status to say, not for the notification.
       reactor.handleIpIntfStatusChange(prefix, !watched->addrHas(addr), originOf(intfId_, addr));
-   });
+   };
+   forEachUser(*stateMachine, {intfId_, Pkt::familyIpv6}, errors, follow);
    errors.rethrow();
 }
 

@@ -31,11 +31,8 @@ void Reactor::notifierIs(Mdl::Ptr<Mdl::Entity const> const& entity) {
    baseNotifierIs(next);
    isRegisteredNotifieeIs(true);
    FirstException errors;
-   if (old && isReady()) {
-      withdrawLost(*old, next.get(), errors);
-   } else if (old) {
-      changeMissed();
-   }
+   // What changes before the machine is ready, it makes up for when it is.
+   if (old && isReady()) withdrawLost(*old, next.get(), errors);
    if (next) errors.attempt([&] { evaluate(); });
    errors.rethrow();
 }
@@ -148,7 +145,7 @@ void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstExcepti
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    auto const watched = status();
    Pkt::IntfId const& intfId = watched->intfId();
-   forEachGroup(*stateMachine, errors, [&](DecapGroup const& group, MdlDecapGroup& reactor) {
+   auto const replace = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
       if (!Admission(group).admits(intfId, role)) return;
       FirstException both;
       if (!oldAddr.isZero()) {
@@ -169,7 +166,8 @@ void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstExcepti
          });
       }
       both.rethrow();
-   });
+   };
+   forEachUser(*stateMachine, {intfId, Pkt::familyIpv4}, errors, replace);
 }
 
 void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgument) {
@@ -186,7 +184,7 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
    AddressOrigin const origin{intfId, AddressRole::secondary,
                               Pkt::IpGenPrefix(addr.addr(), addr.length())};
    FirstException errors;
-   forEachGroup(*stateMachine, errors, [&](DecapGroup const& group, MdlDecapGroup& reactor) {
+   auto const follow = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
       if (!Admission(group).admits(intfId, AddressRole::secondary)) return;
       // 2.
       FWD_TRACE_AS("handleSecondaryAddrWithMask", 2, " intf: " << intfId);
@@ -195,7 +193,8 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
       FWD_TRACE_AS("handleSecondaryAddrWithMask", 2, " secondaryIp: " << addr);
       if (present && addr.isZero()) return;
       reactor.handleIpIntfStatusChange(prefix, !present, origin);
-   });
+   };
+   forEachUser(*stateMachine, {intfId, Pkt::familyIpv4}, errors, follow);
    errors.rethrow();
 }
 

@@ -3,6 +3,7 @@
 #include "FwdL3Unicast/FirstException.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
+#include "FwdL3Unicast/MdlDgConfig.h"
 
 namespace Fwd {
 
@@ -17,6 +18,23 @@ void forEachGroup(FwdDecapGroupSm& stateMachine, FirstException& errors, Visit c
       auto const reactor = stateMachine.mdlDecapGroup(entry.key);
       if (!reactor || reactor->isMarkedForDeletion()) continue;
       errors.attempt([&] { visit(*entry.value, *reactor); });
+   }
+}
+
+/// The same for the groups that say something of an interface or of all of its family; others may
+/// be visited as well, so `visit` asks the group's configuration.
+template <class Visit>
+void forEachUser(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf,
+                 FirstException& errors, Visit const& visit) {
+   auto const config = stateMachine.dgConfig();
+   if (!config) return;
+   auto const users = stateMachine.mdlDgConfig()->interfaceUsers().of(intf, *config);
+   if (!users) return forEachGroup(stateMachine, errors, visit);
+   for (Mdl::String const& name : *users) {
+      auto const group = config->decapGroup(name);
+      auto const reactor = stateMachine.mdlDecapGroup(name);
+      if (!group || !reactor || reactor->isMarkedForDeletion()) continue;
+      errors.attempt([&] { visit(*group, *reactor); });
    }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mdl/Assert.h"
+#include "mdl/CollectionOrder.h"
 #include "mdl/CollectionScan.h"
 #include "mdl/CollectionWalk.h"
 #include "mdl/EntryStore.h"
@@ -17,13 +18,6 @@
 #include <utility>
 
 namespace Mdl {
-
-/// What an insertion has done.
-enum class Change : std::uint8_t {
-   none,      ///< an equal entry was there
-   inserted,  ///< the key is new
-   assigned,  ///< the key was there with another value
-};
 
 /// A key whose hash is known: hash once, use it in every collection with the same seed. Refers to
 /// the key, so it is for the arguments of calls.
@@ -171,6 +165,7 @@ class Collection {
    friend SortedWalk<Collection>;
    friend CollectionScan<Collection>;
    friend Lookup<Collection>;
+   friend CollectionOrder<Collection>;
 
    using Store = EntryStore<K, V>;
    using Slot = typename Store::Slot;
@@ -191,6 +186,7 @@ class Collection {
    [[gnu::noinline]] std::uint32_t positionOfUnindexed(Hashed const& key) const;
    template <class... Args>
    Slot& insertAbsent(Hashed const& key, std::uint32_t& at, Args&&... args);
+   Change assignAt(std::uint32_t at, V value);
    void extractAt(std::optional<Entry>& gone, std::uint32_t hash, std::uint32_t at);
    void buildIndex();
    void walkLeft() const noexcept;

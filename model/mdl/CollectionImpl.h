@@ -72,6 +72,11 @@ Change Collection<K, V, Hasher>::insertOrAssign(Hashed const& key, V value) {
       insertAbsent(key, at, std::move(value));
       return Change::inserted;
    }
+   return assignAt(at, std::move(value));
+}
+
+template <class K, class V, class Hasher>
+Change Collection<K, V, Hasher>::assignAt(std::uint32_t at, V value) {
    V& stored = store_.at(at).value;
    if constexpr (std::equality_comparable<V>) {
       if (stored == value) return Change::none;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mdl/Lookup.h"
 #include "mdl/WalkList.h"
 
 #include <algorithm>
@@ -62,7 +63,17 @@ class PinnedWalk : private WalkList::Link {
    }
    std::default_sentinel_t end() const noexcept { return {}; }
 
+   /// The entry that the walk stands on, as a lookup; without a search while the entry is there.
+   /// The collection must still exist.
+   Lookup<Collection> lookup() const {
+      auto& collection = const_cast<Collection&>(*collection_);
+      bool const stands = !ended() && collection.store_.hashAt(position_) != 0;
+      return stands ? Lookup<Collection>(collection, pin_->hashed(), position_)
+                    : Lookup<Collection>(collection, pin_->hashed());
+   }
+
  protected:
+   using Link::ended;
    explicit PinnedWalk(Collection const& collection)
        : Link(collection.walks_), collection_(&collection) {}
    ~PinnedWalk() {
@@ -81,12 +92,14 @@ class PinnedWalk : private WalkList::Link {
       if (ended()) return;
       std::uint32_t const position = static_cast<Derived*>(this)->nextLive();
       if (position == Collection::npos) return;
+      position_ = position;
       auto const& slot = collection_->store_.at(position);
       pin_.emplace(Entry{{slot.key, slot.value}, collection_->store_.hashAt(position)});
    }
 
    Collection const* collection_;
    std::optional<Entry> pin_;
+   std::uint32_t position_ = Collection::npos;
 };
 
 /// A walk in the order of insertion.
@@ -97,6 +110,18 @@ class Walk : public PinnedWalk<Collection, Walk<Collection>> {
        : PinnedWalk<Collection, Walk>(collection), chunk_(collection.store_.head()),
          lastChunk_(collection.store_.tail()),
          lastPlace_(lastChunk_ == Collection::npos ? 0 : collection.store_.chunk(lastChunk_).used) {
+   }
+
+   /// Calls `visit(key)` for the entry `steps` places further on, if one stands there just now and
+   /// in the same chunk of memory: so that a body can load ahead what it will ask for.
+   template <class Visit>
+   void ahead(std::uint32_t steps, Visit const& visit) const {
+      auto const& store = this->collection().store_;
+      if (this->ended() || chunk_ == Collection::npos) return;
+      auto const& chunk = store.chunk(chunk_);
+      std::uint32_t const place = place_ + steps - 1;
+      if (place >= chunk.used || store.hashes(chunk)[place] == 0) return;
+      visit(typename Collection::Hashed(store.slot(chunk, place).key, store.hashes(chunk)[place]));
    }
 
  private:

@@ -76,11 +76,22 @@ class MDL_EXPORT Entity : public PtrInterface {
       }
    }
 
+   /// The same for an entry that was looked up, whose key outlives the call.
+   template <class C>
+   void entryIs(Lookup<C>& entry, typename C::Value value, AttributeId attribute) {
+      Ptr<Entity> const self(this);
+      if (entry.assign(std::move(value)) != Change::none) notify(attribute, &entry.key().key());
+   }
+
    /// Removes an entry; an absent one is no change. What the entry held goes last. `key` is a key
    /// of the collection, with or without its hash.
    template <class C, class K>
    void entryDel(C& collection, K const& key, AttributeId attribute) {
       if (auto const removed = collection.extract(key)) notify(attribute, &removed->key);
+   }
+   template <class C>
+   void entryDel(Lookup<C>& entry, AttributeId attribute) {
+      if (auto const removed = entry.extract()) notify(attribute, &removed->key);
    }
 
    /// Removes the entries present now one by one, telling of each after its removal. All go

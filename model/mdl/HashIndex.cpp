@@ -139,12 +139,11 @@ void HashIndex::resize(std::size_t place, Table* into, Hashes const& hashes) noe
 }
 
 /// Replaces the table at `place` by two of the next depth. False, and nothing changed, where that
-/// would not divide its positions or would let the directory get out of proportion (I4).
+/// would not divide its positions.
 bool HashIndex::split(std::size_t place, Hashes const& hashes) {
    Table& old = directory_[place].table();
    if (old.depth >= maxDepth) return false;
    bool const needsDepth = old.depth == depth();
-   if (needsDepth && directory_.size() * 2 > tables_ * directoryPerTable) return false;
 
    // 1. How the positions divide.
    std::uint32_t const bit = 0x80000000U >> old.depth;

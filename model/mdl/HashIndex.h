@@ -34,10 +34,11 @@ namespace Mdl {
 ///    marks behind, and a table never needs cleaning. A count that has reached 15, which only
 ///    crafted hashes bring about, stays there: searches then go on where they could end.
 /// I3 (room): a table holds at most 13 positions a group, so a path always finds an empty slot.
-/// I4 (proportion): the directory doubles only while that leaves at most
-///    `directoryPerTable` places a table. Where splitting cannot help (crafted equal hashes, or
-///    hashes that share their leading bits) the table grows beyond `maxGroups` instead: slow, but
-///    correct, and in memory proportional to the number of positions.
+/// I4 (proportion): a table is split only when it is full with at least `maxGroups` groups, and
+/// then
+///    leaves each half a third of room. So a directory of 2^d places takes some 6000 * 2^d
+///    positions, however their hashes are crafted. Where splitting cannot help (equal hashes) the
+///    table grows beyond `maxGroups` instead: slow, but correct.
 ///
 /// Re-entrancy: none; the predicates and hash sources handed in must not call back.
 /// Exceptions: only `makeRoom` allocates what it needs, before it changes anything. What the
@@ -110,7 +111,6 @@ class MDL_EXPORT HashIndex {
    static constexpr std::uint32_t fillPerGroup = leastRoom;
    static constexpr std::uint32_t stuck = 15;
    static constexpr std::uint32_t maxGroups = 512;
-   static constexpr std::size_t directoryPerTable = 8;
    static constexpr unsigned maxDepth = 24;
 
    using Chosen = TagGroup::Chosen;

@@ -7,6 +7,13 @@
 
 namespace Mdl {
 
+/// What an insertion has done.
+enum class Change : std::uint8_t {
+   none,      ///< an equal entry was there
+   inserted,  ///< the key is new
+   assigned,  ///< the key was there with another value
+};
+
 /// One key of a collection, looked for once and looked at several times: for a function that calls
 /// others, who may change the collection, between its uses of an entry.
 ///
@@ -33,6 +40,11 @@ class Lookup {
    Lookup(Lookup const& other, Hashed const& key) noexcept
        : collection_(other.collection_), key_(key), position_(other.position_),
          removals_(other.removals_), size_(other.size_) {}
+   /// For a walk, which knows where the entry is.
+   Lookup(Collection& collection, Hashed const& key, std::uint32_t position) noexcept
+       : collection_(&collection), key_(key), position_(position) {
+      note();
+   }
    Lookup(Lookup const&) = delete;
    Lookup& operator=(Lookup const&) = delete;
    ~Lookup() = default;
@@ -56,6 +68,15 @@ class Lookup {
       auto& added = collection_->insertAbsent(key_, position_, std::forward<Args>(args)...);
       size_ = collection_->size();
       return added.value;
+   }
+
+   /// Inserts, or gives the entry another value. An equal value is no change, where values compare.
+   Change assign(Value value) {
+      refresh();
+      if (position_ != npos) return collection_->assignAt(position_, std::move(value));
+      collection_->insertAbsent(key_, position_, std::move(value));
+      size_ = collection_->size();
+      return Change::inserted;
    }
 
    /// Removes the entry and hands it out; nothing when there is none.

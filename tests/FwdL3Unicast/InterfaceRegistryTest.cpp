@@ -60,6 +60,46 @@ TEST_F(InterfaceRegistry, AnInterfaceThatLeavesTheStatusLosesItsReactor) {
    EXPECT_EQ(interfaces6(), Texts());
 }
 
+// Somebody may still hold a reactor whose interface has gone.
+TEST_F(InterfaceRegistry, AReactorThatHasLeftTouchesNothing) {
+   givenTraceLevels({2});
+   givenGroup("red");
+   whenDecapIntfAdded("red", "", AddressType::all);
+   whenDecapIntfAdded("red", "", AddressType::all, ipv6);
+   auto const one = givenInterface("Ethernet1", "10.0.0.1/24");
+   auto const one6 = givenInterface6("Ethernet1", {"2001:db8::1/64"});
+   givenRunning();
+   auto const left = sm->mdlIpIntfStatus(intf("Ethernet1"));
+   auto const left6 = sm->mdlIp6IntfStatus(intf("Ethernet1"));
+   whenInterfaceRemoved("Ethernet1");
+   whenInterface6Removed("Ethernet1");
+   forgetSoFar();
+   left->handlePrimaryAddrWithMask();
+   left->handleVirtualAddrWithMask();
+   left->handleSecondaryAddrWithMask(addr("10.0.0.2/24"));
+   left6->handleAddr6WithMask(addr6("2001:db8::1/64"));
+   left->ipIntfStatusIs(makeInterface("Ethernet1", "10.0.0.3/24"));
+   thenCalls({});
+   EXPECT_TRUE(traces.empty());
+}
+
+TEST_F(InterfaceRegistry, AReactorFollowsTheStatusThatItIsGiven) {
+   givenGroup("red");
+   whenDecapIntfAdded("red", "", AddressType::all);
+   whenDecapIntfAdded("red", "", AddressType::all, ipv6);
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   givenInterface6("Ethernet1", {"2001:db8::1/64"});
+   givenRunning();
+   thenDestinations({"10.0.0.1/32", "2001:db8::1/128"});
+   auto const other = makeInterface("Ethernet1", "10.0.0.2/24");
+   auto const other6 = makeInterface6("Ethernet1", {});
+   sm->mdlIpIntfStatus(intf("Ethernet1"))->ipIntfStatusIs(other);
+   sm->mdlIp6IntfStatus(intf("Ethernet1"))->ip6IntfStatusIs(other6);
+   EXPECT_EQ(sm->ipIntfStatus(intf("Ethernet1")), other);
+   EXPECT_EQ(sm->ip6IntfStatus(intf("Ethernet1")), other6);
+   thenDestinations({"10.0.0.2/32"});
+}
+
 TEST_F(InterfaceRegistry, LookupsGiveReactorAndStatusOrNothing) {
    auto const one = givenInterface("Ethernet1", "10.0.0.1/24");
    auto const one6 = givenInterface6("Ethernet1", {});

@@ -57,6 +57,8 @@ TEST_F(MissedChanges, OnlyAddressesThatGaveAKeyAreFound) {
    whenThePortChangesUnheard();
    EXPECT_TRUE(reactor("red")->hasKeyOf(prefix("10.0.0.1/32")));
    EXPECT_FALSE(reactor("red")->hasKeyOf(prefix("10.0.0.2/32")));
+   reactor("red")->notifierIs(nullptr);
+   EXPECT_FALSE(reactor("red")->hasKeyOf(prefix("10.0.0.1/32")));
 }
 
 TEST_F(MissedChanges, APrefixThatComesHasTheNewValues) {
@@ -99,6 +101,39 @@ TEST_F(MissedChanges, AnAddressThatWentUnheardIsGivenBackWhenAnotherGroupTakesTh
    unheard->hasNotificationActiveIs(true);
    whenExcluded("green", {});
    ip->ipIntfStatusDel(intf("Ethernet1"));
+   thenHardware({});
+   thenCounts({});
+}
+
+// The same for a virtual address.
+TEST_F(MissedChanges, AVirtualAddressThatWentUnheardIsGivenBackToo) {
+   auto const status1 = givenInterfaceWith("Ethernet1", "10.0.0.1/24", {}, true);
+   givenGroup("green");
+   whenDecapIntfAdded("red", "", AddressType::all);
+   whenDecapIntfAdded("green", "", AddressType::all);
+   whenExcluded("green", {"Ethernet1"});
+   givenRunning();
+   auto const unheard = sm->mdlIpIntfStatus(intf("Ethernet1"));
+   unheard->hasNotificationActiveIs(false);
+   whenVirtualIs(status1, false);
+   unheard->hasNotificationActiveIs(true);
+   whenExcluded("green", {});
+   thenOrigins("red", {"Ethernet1 primary 10.0.0.1/32"});
+   ip->ipIntfStatusDel(intf("Ethernet1"));
+   thenHardware({});
+   thenCounts({});
+}
+
+// A status that gives way while the machine is not initialized takes what it gave along later.
+TEST_F(MissedChanges, AStatusThatGaveWayUnheardLeavesNothingBehind) {
+   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {"10.0.0.2/24"});
+   whenDecapIntfAdded("red", "Ethernet1", AddressType::all);
+   givenRunning();
+   whenNotInitialized();
+   givenInterface("Ethernet1", "10.0.0.3/24");
+   whenInitializedAgain();
+   thenDestinations({"10.0.0.3/32"});
+   whenInterfaceRemoved("Ethernet1");
    thenHardware({});
    thenCounts({});
 }

@@ -47,6 +47,21 @@ TEST_F(MissedInAnotherVrf, AnInterfaceWithAnotherStatusGivesUpWhatItLost) {
    thenDestinations({"10.0.0.3/32"});
 }
 
+// Only once: what happens from then on is followed address by address.
+TEST_F(MissedInAnotherVrf, WhatWasMissedIsMadeUpForOnce) {
+   givenTraceLevels({2});
+   whenAddressesGoInAnotherVrf();
+   givenInterface6("Ethernet2", {});
+   auto const next6 = makeInterface6("Ethernet2", {"2001:db8::1/64"});
+   ip6->intfIs(next6);
+   whenAddress6Added(next6, "2001:db8::2/64");
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32", "2001:db8::2/128"});
+   forgetSoFar();
+   ip6->intfIs(makeInterface6("Ethernet2", {}));
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+   EXPECT_FALSE(tracesOf("handleIpIntfStatusChange").empty());
+}
+
 // What the new status still has stays, whatever was missed.
 TEST_F(MissedInAnotherVrf, AnInterfaceWithAnotherStatusKeepsWhatItHas) {
    whenAddressesGoInAnotherVrf();

@@ -53,6 +53,75 @@ TEST_P(CollectionWalk, SeesEachEntryOnceInOrder) {
    EXPECT_EQ(seen([](int) {}), upTo(count));
 }
 
+TEST_P(CollectionWalk, StepsAsIteratorsDo) {
+   auto walk = numbers->walk();
+   auto cursor = walk.begin();
+   EXPECT_EQ(cursor->key, 0);
+   cursor++;
+   EXPECT_EQ((*cursor).key, 1);
+   ++cursor;
+   EXPECT_EQ(cursor->key, 2);
+}
+
+TEST_P(CollectionWalk, GivesItsEntryAsALookup) {
+   auto walk = numbers->walk();
+   for (auto const& entry : walk) {
+      auto there = walk.lookup();
+      EXPECT_EQ(there.find(), numbers->find(entry.key));
+      if (entry.key % 3 == 0) {
+         numbers->erase(entry.key);
+         EXPECT_FALSE(walk.lookup().exists());
+         numbers->insertOrAssign(entry.key, -1);
+         EXPECT_EQ(*walk.lookup().find(), -1);
+         EXPECT_TRUE(walk.lookup().erase());
+      } else if (entry.key % 3 == 1) {
+         EXPECT_EQ(walk.lookup().assign(-2), Mdl::Change::assigned);
+         EXPECT_EQ(walk.lookup().assign(-2), Mdl::Change::none);
+      }
+   }
+   EXPECT_EQ(numbers->size(), static_cast<std::size_t>(count - (count + 2) / 3));
+}
+
+TEST_P(CollectionWalk, GivesALookupAfterEverythingHasGone) {
+   auto walk = numbers->walk();
+   auto const cursor = walk.begin();
+   EXPECT_EQ(cursor->key, 0);
+   numbers->clear();
+   EXPECT_FALSE(walk.lookup().exists());
+   numbers->insertOrAssign(0, 7);
+   EXPECT_EQ(*walk.lookup().find(), 7);
+   EXPECT_EQ(walk.lookup().assign(8), Mdl::Change::assigned);
+}
+
+TEST_P(CollectionWalk, ShowsWhatIsAhead) {
+   Keys ahead;
+   auto walk = numbers->walk();
+   for (auto const& entry : walk) {
+      int shown = -1;
+      walk.ahead(2, [&](auto const& key) { shown = key.key(); });
+      // At the end of a chunk nothing is shown.
+      EXPECT_TRUE(shown == -1 || shown == entry.key + 2) << shown;
+      ahead.push_back(shown);
+   }
+   EXPECT_EQ(ahead.front(), 2);
+   EXPECT_EQ(ahead.back(), -1);
+}
+
+TEST_P(CollectionWalk, ShowsNothingAheadThatHasGone) {
+   auto walk = numbers->walk();
+   auto const cursor = walk.begin();
+   EXPECT_EQ(cursor->key, 0);
+   int shown = 0;
+   walk.ahead(1, [&](auto const&) { ++shown; });
+   EXPECT_EQ(shown, 1);
+   numbers->erase(1);
+   walk.ahead(1, [&](auto const&) { ++shown; });
+   EXPECT_EQ(shown, 1);
+   numbers->clear();
+   walk.ahead(1, [&](auto const&) { ++shown; });
+   EXPECT_EQ(shown, 1);
+}
+
 TEST_P(CollectionWalk, GoesOnAfterTheCurrentEntryIsRemoved) {
    EXPECT_EQ(seen([&](int key) { numbers->erase(key); }), upTo(count));
    EXPECT_TRUE(numbers->empty());
