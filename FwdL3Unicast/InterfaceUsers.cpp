@@ -38,8 +38,7 @@ std::optional<std::vector<Mdl::String>> InterfaceUsers::of(
    collect({Pkt::emptyIntfId, key.family()});
    std::ranges::sort(ranked);
    // A group may have both an entry of the interface's and one for all.
-   auto const [last, end] = std::ranges::unique(ranked);
-   ranked.erase(last, end);
+   ranked.erase(std::unique(ranked.begin(), ranked.end()), ranked.end());
    std::vector<Mdl::String> groups;
    groups.reserve(ranked.size());
    for (auto& [rank, name] : ranked) groups.push_back(std::move(name));

@@ -72,6 +72,51 @@ double withdraw(std::size_t count) {
    return job.hardware().keys == 0 ? seconds / static_cast<double>(count) : -1;
 }
 
+// Bursts: what one change of the configuration, or one document, brings about at once.
+
+template <class Job>
+void applyDocument(Job& job, Prefixes const& prefixes) {
+   for (unsigned group = 0; group < groups; ++group) {
+      for (auto const& prefix : prefixes.inOrder) {
+         if (groupOf(prefix) == group) job.add(group, prefix);
+      }
+   }
+}
+
+template <class Job>
+double documentApplied(std::size_t count) {
+   Prefixes const& prefixes = prefixesOf(count);
+   Job job(groups);
+   auto const start = Clock::now();
+   applyDocument(job, prefixes);
+   double const seconds = secondsSince(start);
+   return isFull(job, prefixes) ? seconds / static_cast<double>(count) : -1;
+}
+
+template <class Job>
+double groupsDeleted(std::size_t count) {
+   Prefixes const& prefixes = prefixesOf(count);
+   Job job(groups);
+   addAll(job, prefixes);
+   if (!isFull(job, prefixes)) return -1;
+   auto const start = Clock::now();
+   for (unsigned group = 0; group < groups; ++group) job.deleteGroup(group);
+   double const seconds = secondsSince(start);
+   return job.hardware().keys == 0 ? seconds / static_cast<double>(count) : -1;
+}
+
+/// Each key goes and its successor comes.
+template <class Job>
+double groupsRekeyed(std::size_t count) {
+   Prefixes const& prefixes = prefixesOf(count);
+   Job job(groups);
+   addAll(job, prefixes);
+   auto const start = Clock::now();
+   for (unsigned group = 0; group < groups; ++group) job.rekey(group, 6081);
+   double const seconds = secondsSince(start);
+   return isFull(job, prefixes) ? seconds / static_cast<double>(count) : -1;
+}
+
 template <class Job>
 double bytesPerKey(std::size_t count) {
    Prefixes const& prefixes = prefixesOf(count);
@@ -92,6 +137,12 @@ void allContests() {
       contestant(
           "job-withdraw", count, Job::name, [=] { return withdraw<Job>(count); }, repetitions);
    }
+   contestant(
+       "burst-applied", 1'000'000, Job::name, [] { return documentApplied<Job>(1'000'000); }, 5);
+   contestant(
+       "burst-deleted", 1'000'000, Job::name, [] { return groupsDeleted<Job>(1'000'000); }, 5);
+   contestant(
+       "burst-rekeyed", 1'000'000, Job::name, [] { return groupsRekeyed<Job>(1'000'000); }, 5);
    contestant(
        "bytes-per-key", 1'000'000, Job::name, [] { return bytesPerKey<Job>(1'000'000); }, 3);
 }

@@ -43,6 +43,17 @@ class Good {
       for (auto const& watcher : alive->watchers) watcher->prefixChanged(prefix);
    }
 
+   void deleteGroup(unsigned group) {
+      auto const alive = groups_[group];
+      for (auto const& watcher : alive->watchers) watcher->groupGone();
+      alive->prefixes.clear();
+   }
+   void rekey(unsigned group, std::uint16_t port) {
+      auto const alive = groups_[group];
+      alive->values.port = port;
+      for (auto const& watcher : alive->watchers) watcher->valuesChanged();
+   }
+
    Hardware const& hardware() const { return hook_->hardware; }
 
  private:
@@ -52,6 +63,8 @@ class Good {
    struct Watcher : Counted<Watcher> {
       virtual ~Watcher() = default;
       virtual void prefixChanged(Pkt::IpGenPrefix const& prefix) = 0;
+      virtual void groupGone() = 0;
+      virtual void valuesChanged() = 0;
    };
    struct Hook : Counted<Hook> {
       virtual ~Hook() = default;
@@ -73,6 +86,14 @@ class Good {
          } else if (keys.erase(key) != 0) {
             machine.release(key);
          }
+      }
+      void groupGone() override {
+         for (auto const& [key, held] : keys) machine.release(key);
+         keys.clear();
+      }
+      void valuesChanged() override {
+         groupGone();
+         for (auto const& prefix : watched.prefixes) prefixChanged(prefix);
       }
       Good& machine;
       Group& watched;

@@ -32,6 +32,9 @@ class Machine {
       groups_[group]->decapIpDel(prefix);
    }
 
+   void deleteGroup(unsigned group) { config_->decapGroupDel(groups_[group]->name()); }
+   void rekey(unsigned group, std::uint16_t port) { groups_[group]->destPortIs(port); }
+
    Hardware const& hardware() const { return hook_->hardware; }
 
  private:

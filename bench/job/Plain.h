@@ -25,9 +25,8 @@ class Plain {
    explicit Plain(unsigned groups) {
       for (unsigned i = 0; i < groups; ++i) {
          auto const group = std::make_shared<Group>();
-         auto const keys = std::make_shared<GroupKeys>();
-         group->watchers.emplace_back([this, group = group.get(), keys](auto const& prefix) {
-            prefixChanged(*group, *keys, prefix);
+         group->watchers.emplace_back([this, group = group.get()](auto const& prefix) {
+            prefixChanged(*group, group->keys, prefix);
          });
          groups_.push_back(group);
       }
@@ -46,15 +45,32 @@ class Plain {
       for (auto const& watcher : alive->watchers) watcher(prefix);
    }
 
+   void deleteGroup(unsigned group) {
+      auto const alive = groups_[group];
+      for (auto const& [key, held] : alive->keys) release(key);
+      alive->keys.clear();
+      alive->prefixes.clear();
+   }
+   void rekey(unsigned group, std::uint16_t port) {
+      auto const alive = groups_[group];
+      alive->values.port = port;
+      for (auto const& [key, held] : alive->keys) release(key);
+      alive->keys.clear();
+      for (auto const& prefix : alive->prefixes) {
+         for (auto const& watcher : alive->watchers) watcher(prefix);
+      }
+   }
+
    Hardware const& hardware() const { return *hardware_; }
 
  private:
+   using GroupKeys = std::unordered_map<DecapKey, bool, PeerHash<DecapKey>>;
    struct Group {
       GroupValues values;
       std::unordered_set<Pkt::IpGenPrefix, PeerHash<Pkt::IpGenPrefix>> prefixes;
       std::vector<std::function<void(Pkt::IpGenPrefix const&)>> watchers;
+      GroupKeys keys;
    };
-   using GroupKeys = std::unordered_map<DecapKey, bool, PeerHash<DecapKey>>;
 
    void prefixChanged(Group const& group, GroupKeys& keys, Pkt::IpGenPrefix const& prefix) {
       DecapKey const key = group.values.keyOf(prefix);
