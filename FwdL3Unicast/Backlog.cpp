@@ -111,7 +111,7 @@ dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
          continue;
       }
       // 3., 4.
-      auto entry = walk.lookup();
+      auto entry = walk.lookup(unprogrammedKey_);
       last = call.retry(entry);
       if (last == dgRcSuccess || last == dgRcAlreadyExists) continue;
       // 5. The first refusal ends the pass; the key stays where it is and comes first next time.

@@ -77,6 +77,8 @@ class GroupKeys {
    auto walk() const { return keys_.walk(); }
 
    Entry at(HashedKey const& key) { return keys_.lookup(key); }
+   /// The same for the entry that a walk stands on.
+   Entry at(Mdl::Walk<Keys> const& walk) { return walk.lookup(keys_); }
    Use const* find(HashedKey const& key) const { return keys_.find(key); }
    void touch(HashedKey const& key) const noexcept { keys_.touch(key.hash()); }
 
@@ -124,8 +126,9 @@ class GroupKeys {
    /// Nothing calls for any key any more; what is held is still to be given back, and stays listed
    /// until then.
    void leaveAll() {
-      for (auto const& entry : keys_.walk()) {
-         Entry now = at(entry.hashed());
+      auto walk = keys_.walk();
+      for ([[maybe_unused]] auto const& entry : walk) {
+         Entry now = at(walk);
          Use* const use = now.find();
          if (use == nullptr) continue;
          Use rest;
@@ -164,7 +167,11 @@ class GroupKeys {
    }
 
    void unlistAll() {
-      for (auto const& entry : keys_.walk()) unlist(entry.hashed());
+      auto walk = keys_.walk();
+      for ([[maybe_unused]] auto const& entry : walk) {
+         Entry now = at(walk);
+         unlist(now);
+      }
    }
 
  private:

@@ -4,6 +4,7 @@
 // that implement the reactor.
 
 #include "FwdL3Unicast/FirstException.h"
+#include "FwdL3Unicast/HardwareCall.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/Messages.h"
 
@@ -47,14 +48,23 @@ void FwdDecapGroupSm::MdlDecapGroup::letGo(Mdl::Lookup<Keys>& entry) {
    stateMachine->referenceReleased(count, stateMachine->changeRefCount(count, false));
 }
 
+/// Loads what the books have on a key whose turn in the walk comes soon.
+template <class Walk>
+void FwdDecapGroupSm::MdlDecapGroup::touchAhead(Walk const& walk) const {
+   constexpr std::uint32_t steps = 4;
+   if (stateMachine_ == nullptr) return;
+   walk.ahead(steps,
+              [this](HashedKey const& next) { HardwareCall::touchBooks(*stateMachine_, next); });
+}
+
 /// Gives back every reference of a set, whose lists stay. An exception does not keep the others.
 template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors) {
-   for (auto const& entry : keys.walk()) {
-      errors.attempt([&] {
-         auto now = keys.at(entry.hashed());
-         letGo(now);
-      });
+   auto walk = keys.walk();
+   for ([[maybe_unused]] auto const& entry : walk) {
+      touchAhead(walk);
+      auto now = keys.at(walk);
+      errors.attempt([&] { letGo(now); });
    }
 }
 
@@ -64,9 +74,11 @@ void FwdDecapGroupSm::MdlDecapGroup::forgetAll(GroupKeys<Use>& keys, FirstExcept
    // A hook that re-keys the group meanwhile must not carry over what is on its way out.
    keys.leaveAll();
    unsigned const mine = rebuilds_;
-   for (auto const& entry : keys.walk()) {
+   auto walk = keys.walk();
+   for ([[maybe_unused]] auto const& entry : walk) {
+      touchAhead(walk);
       // A hook that re-keys the group may also take a key again that has just been given back.
-      auto now = keys.at(entry.hashed());
+      auto now = keys.at(walk);
       do {
          errors.attempt([&] { letGo(now); });
          // One that rebuilds the group has emptied the set: what it holds now is to stay.

@@ -124,12 +124,14 @@ void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed, bool onlyS
 template <class Use, class Rekeyed>
 void FwdDecapGroupSm::MdlDecapGroup::rekeySet(GroupKeys<Use>& keys, Rekeyed const& rekeyed,
                                               bool onlyStale, FirstException& errors) {
-   for (auto const& entry : keys.walk()) {
+   auto walk = keys.walk();
+   for (auto const& entry : walk) {
+      touchAhead(walk);
       if (isMarkedForDeletion() || !group()) return;
       if (!entry.value.isMember()) continue;
       if (onlyStale && rekeyed(entry.key) == entry.key) continue;
       // A hook that runs a re-keying of its own may take the old key again meanwhile.
-      auto old = keys.at(entry.hashed());
+      auto old = keys.at(walk);
       do {
          errors.attempt([&] { letGo(old); });
       } while (keys.isHeld(old) && group() && !isMarkedForDeletion());

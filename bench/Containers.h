@@ -44,8 +44,9 @@ struct Ours {
    }
    template <class Which>
    void eraseWalking(Which const& which) {
-      for (auto const& entry : table.walk()) {
-         if (which(entry.key)) table.erase(entry.key);
+      auto walk = table.walk();
+      for (auto const& entry : walk) {
+         if (which(entry.key)) walk.lookup(table).erase();
       }
    }
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mdl/Assert.h"
 #include "mdl/Lookup.h"
 #include "mdl/WalkList.h"
 
@@ -63,10 +64,10 @@ class PinnedWalk : private WalkList::Link {
    }
    std::default_sentinel_t end() const noexcept { return {}; }
 
-   /// The entry that the walk stands on, as a lookup; without a search while the entry is there.
-   /// The collection must still exist.
-   Lookup<Collection> lookup() const {
-      auto& collection = const_cast<Collection&>(*collection_);
+   /// The entry that the walk stands on, as a lookup in the collection that is walked; without a
+   /// search while the entry is there.
+   Lookup<Collection> lookup(Collection& collection) const {
+      MDL_ASSERT(&collection == collection_);
       bool const stands = !ended() && collection.store_.hashAt(position_) != 0;
       return stands ? Lookup<Collection>(collection, pin_->hashed(), position_)
                     : Lookup<Collection>(collection, pin_->hashed());

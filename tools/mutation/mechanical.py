@@ -32,10 +32,10 @@ NO_EXPRESSION = set('''if else for while do switch case default return break con
     private protected friend namespace explicit virtual inline extern bool char int unsigned double
     static_assert delete goto operator mutable constinit'''.split())
 
-# An assertion of what always holds cannot show when it demands less, and a walk that asserts
-# nothing is no one's behaviour.
-UNSEEN_CALLS = {'MDL_ASSERT', 'static_assert', '__builtin_prefetch'}
-UNSEEN_FUNCTIONS = {'checkInvariants', 'checkTable'}
+# An assertion of what always holds cannot show when it demands less, a walk that asserts nothing is
+# no one's behaviour, and loading ahead changes nothing but the time.
+UNSEEN_CALLS = {'MDL_ASSERT', 'static_assert', 'touch', 'touchIndex', 'touchBooks', 'ahead'}
+UNSEEN_FUNCTIONS = {'checkInvariants', 'checkTable', 'touch', 'touchIndex', 'touchBooks'}
 
 
 class Token:
@@ -248,6 +248,8 @@ class Source:
                 return
             end += 1
         parts = self.tokens[at:end]
+        if any(part.text in UNSEEN_CALLS for part in parts):
+            return
         if not parts or end == len(self.tokens):
             return
         if token.text in ('return', 'break', 'continue'):

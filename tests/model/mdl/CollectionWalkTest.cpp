@@ -66,17 +66,17 @@ TEST_P(CollectionWalk, StepsAsIteratorsDo) {
 TEST_P(CollectionWalk, GivesItsEntryAsALookup) {
    auto walk = numbers->walk();
    for (auto const& entry : walk) {
-      auto there = walk.lookup();
+      auto there = walk.lookup(*numbers);
       EXPECT_EQ(there.find(), numbers->find(entry.key));
       if (entry.key % 3 == 0) {
          numbers->erase(entry.key);
-         EXPECT_FALSE(walk.lookup().exists());
+         EXPECT_FALSE(walk.lookup(*numbers).exists());
          numbers->insertOrAssign(entry.key, -1);
-         EXPECT_EQ(*walk.lookup().find(), -1);
-         EXPECT_TRUE(walk.lookup().erase());
+         EXPECT_EQ(*walk.lookup(*numbers).find(), -1);
+         EXPECT_TRUE(walk.lookup(*numbers).erase());
       } else if (entry.key % 3 == 1) {
-         EXPECT_EQ(walk.lookup().assign(-2), Mdl::Change::assigned);
-         EXPECT_EQ(walk.lookup().assign(-2), Mdl::Change::none);
+         EXPECT_EQ(walk.lookup(*numbers).assign(-2), Mdl::Change::assigned);
+         EXPECT_EQ(walk.lookup(*numbers).assign(-2), Mdl::Change::none);
       }
    }
    EXPECT_EQ(numbers->size(), static_cast<std::size_t>(count - (count + 2) / 3));
@@ -87,10 +87,10 @@ TEST_P(CollectionWalk, GivesALookupAfterEverythingHasGone) {
    auto const cursor = walk.begin();
    EXPECT_EQ(cursor->key, 0);
    numbers->clear();
-   EXPECT_FALSE(walk.lookup().exists());
+   EXPECT_FALSE(walk.lookup(*numbers).exists());
    numbers->insertOrAssign(0, 7);
-   EXPECT_EQ(*walk.lookup().find(), 7);
-   EXPECT_EQ(walk.lookup().assign(8), Mdl::Change::assigned);
+   EXPECT_EQ(*walk.lookup(*numbers).find(), 7);
+   EXPECT_EQ(walk.lookup(*numbers).assign(8), Mdl::Change::assigned);
 }
 
 TEST_P(CollectionWalk, ShowsWhatIsAhead) {
