@@ -1,5 +1,6 @@
 // The keys that wait for hardware, the review that tries them again, and the alarm.
 
+#include "FwdL3Unicast/BooksAhead.h"
 #include "FwdL3Unicast/FirstException.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 #include "FwdL3Unicast/HardwareCall.h"
@@ -8,13 +9,6 @@
 #include "mdl/System.h"
 
 namespace Fwd {
-
-namespace {
-
-/// How many keys before its turn a review loads what the books have on a key.
-constexpr std::uint32_t reviewedAhead = 4;
-
-}  // namespace
 
 void FwdDecapGroupSm::addKeyToUnprogrammed(DecapKey const& key) { addToBacklog(hashedKey(key)); }
 
@@ -90,13 +84,11 @@ void FwdDecapGroupSm::doReview() {
 
 dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
    dgRetCode last = dgRcSuccess;
+   BooksAhead books(*this);
    auto walk = unprogrammedKey_.walk();
    for (auto const& waiting : walk) {
       DecapKey const& key = waiting.key;
-      walk.ahead(reviewedAhead, [this](HashedKey const& next) {
-         unprogrammedKey_.touch(next.hash());
-         HardwareCall::touchBooks(*this, next);
-      });
+      books.step(walk);
       // 1. The check precedes each key, so that one pass overruns by one hook call at the most.
       if (Mdl::System::currentTime() > deadline) {
          FWD_TRACE_AS("doReview", 7, " unprorammed remaining " << unprogrammedKey_.size());

@@ -3,8 +3,8 @@
 // How a group's reactor takes and gives back the references of its two sets. Private to the files
 // that implement the reactor.
 
+#include "FwdL3Unicast/BooksAhead.h"
 #include "FwdL3Unicast/FirstException.h"
-#include "FwdL3Unicast/HardwareCall.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/Messages.h"
 
@@ -48,21 +48,15 @@ void FwdDecapGroupSm::MdlDecapGroup::letGo(Mdl::Lookup<Keys>& entry) {
    stateMachine->referenceReleased(count, stateMachine->changeRefCount(count, false));
 }
 
-/// Loads what the books have on a key whose turn in the walk comes soon.
-template <class Walk>
-void FwdDecapGroupSm::MdlDecapGroup::touchAhead(Walk const& walk) const {
-   constexpr std::uint32_t steps = 4;
-   if (stateMachine_ == nullptr) return;
-   walk.ahead(steps,
-              [this](HashedKey const& next) { HardwareCall::touchBooks(*stateMachine_, next); });
-}
-
 /// Gives back every reference of a set, whose lists stay. An exception does not keep the others.
 template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors) {
+   if (stateMachine_ == nullptr) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   BooksAhead books(*stateMachine);
    auto walk = keys.walk();
    for ([[maybe_unused]] auto const& entry : walk) {
-      touchAhead(walk);
+      books.step(walk);
       auto now = keys.at(walk);
       errors.attempt([&] { letGo(now); });
    }
@@ -74,9 +68,11 @@ void FwdDecapGroupSm::MdlDecapGroup::forgetAll(GroupKeys<Use>& keys, FirstExcept
    // A hook that re-keys the group meanwhile must not carry over what is on its way out.
    keys.leaveAll();
    unsigned const mine = rebuilds_;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   BooksAhead books(*stateMachine);
    auto walk = keys.walk();
    for ([[maybe_unused]] auto const& entry : walk) {
-      touchAhead(walk);
+      books.step(walk);
       // A hook that re-keys the group may also take a key again that has just been given back.
       auto now = keys.at(walk);
       do {

@@ -1,7 +1,7 @@
 // A group's configured prefixes, and the interface addresses that are reported to it.
 
+#include "FwdL3Unicast/BooksAhead.h"
 #include "FwdL3Unicast/GroupKeysImpl.h"
-#include "FwdL3Unicast/HardwareCall.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/Messages.h"
 
@@ -23,9 +23,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    // 3.
    DecapKey const key = keyOf(prefix);
    HashedKey const hashed = hashedKey(key);
-   // The searches that follow depend on nothing but the hash: their loads run side by side.
-   fromIp_.touch(hashed);
-   HardwareCall::touchBooks(*stateMachine, hashed);
+   fromIp_.prefetch(hashed);
+   BooksAhead::load(*stateMachine, hashed);
    FirstException errors;
    // 4.
    if (!isConfigured(prefix)) {

@@ -124,9 +124,11 @@ void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed, bool onlyS
 template <class Use, class Rekeyed>
 void FwdDecapGroupSm::MdlDecapGroup::rekeySet(GroupKeys<Use>& keys, Rekeyed const& rekeyed,
                                               bool onlyStale, FirstException& errors) {
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   BooksAhead books(*stateMachine);
    auto walk = keys.walk();
    for (auto const& entry : walk) {
-      touchAhead(walk);
+      books.step(walk);
       if (isMarkedForDeletion() || !group()) return;
       if (!entry.value.isMember()) continue;
       if (onlyStale && rekeyed(entry.key) == entry.key) continue;

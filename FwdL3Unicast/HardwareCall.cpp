@@ -36,11 +36,6 @@ HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, RefCount const& count)
 
 HardwareCall::~HardwareCall() { stateMachine_.hardwareCalls_ = outer_; }
 
-void HardwareCall::touchBooks(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept {
-   stateMachine.refCount_.touch(key.hash());
-   stateMachine.tunnelTypeDecapIpToVrf_.touch(DestinationOf(key.key()).hashed().hash());
-}
-
 bool HardwareCall::isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept {
    for (auto const* call = stateMachine.hardwareCalls_; call != nullptr; call = call->outer_) {
       if (call->key_ == key) return true;

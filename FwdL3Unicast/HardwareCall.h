@@ -29,9 +29,6 @@ class HardwareCall {
    HardwareCall(HardwareCall const&) = delete;
    HardwareCall& operator=(HardwareCall const&) = delete;
 
-   /// Loads what the books have on a key that is about to be counted or released.
-   static void touchBooks(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept;
-
    static bool isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept;
 
    /// Programs the key while it is counted, unless another VRF owns its destination; then it

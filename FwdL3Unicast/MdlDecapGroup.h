@@ -170,8 +170,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void hold(Mdl::Lookup<Keys>& entry);
    template <class Keys>
    void letGo(Mdl::Lookup<Keys>& entry);
-   template <class Walk>
-   void touchAhead(Walk const& walk) const;
    template <class Use>
    void letGoAll(GroupKeys<Use>& keys, FirstException& errors);
    template <class Use>

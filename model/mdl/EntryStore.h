@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mdl/Assert.h"
+#include "mdl/Prefetch.h"
 
 #include <algorithm>
 #include <bit>
@@ -115,13 +116,12 @@ class EntryStore {
    }
    /// 0 for a hole.
    std::uint32_t hashAt(std::uint32_t position) const noexcept { return *hashPlace(position); }
-   /// Loads an entry and its hash; nothing at npos. See Collection::touch.
-   void touch(std::uint32_t position) const noexcept {
-      if (position == npos) return;
+   /// Has the processor load an entry and its hash.
+   void prefetch(std::uint32_t position) const noexcept {
       Chunk const& chunk = *chunks_[position >> chunkBits].chunk;
       std::uint32_t const place = position & (chunkSlots - 1);
-      static_cast<void>(*reinterpret_cast<unsigned char const volatile*>(&slot(chunk, place)));
-      static_cast<void>(*static_cast<std::uint32_t const volatile*>(hashes(chunk) + place));
+      Mdl::prefetch(&slot(chunk, place));
+      Mdl::prefetch(hashes(chunk) + place);
    }
 
    /// An entry of a chunk, not a hole.
@@ -146,7 +146,7 @@ class EntryStore {
 
    /// Closes up the chunk `number` if its holes are worth it, and frees it if it is empty.
    /// `moved(hash, from, to)` is told of each entry that gets another position, after
-   /// `moved.touch(hash)` for all of them. Not while anybody remembers positions.
+   /// `moved.prefetch(hash)` for all of them. Not while anybody remembers positions.
    template <class Moved>
    void compact(std::uint32_t number, Moved const& moved) noexcept;
 
@@ -198,7 +198,7 @@ class EntryStore {
    template <class Moved>
    void rewrite(std::uint32_t number, bool withNext, Moved const& moved) noexcept;
    template <class Moved>
-   static void touchIndex(Chunk const& chunk, Moved const& moved) noexcept;
+   static void prefetchIndex(Chunk const& chunk, Moved const& moved) noexcept;
    template <class Moved>
    static void moveEntries(Chunk& from, std::uint32_t fromNumber, Chunk& to, std::uint32_t toNumber,
                            std::uint32_t& place, Moved const& moved) noexcept;

@@ -159,8 +159,8 @@ void EntryStore<K, V>::rewrite(std::uint32_t number, bool withNext, Moved const&
 
    // 2. The entries, in order: each one's new position is free by then, or its own. What the index
    //    has on them lies all over it, so it is loaded at once before.
-   touchIndex(first, moved);
-   if (withNext) touchIndex(chunk(next), moved);
+   prefetchIndex(first, moved);
+   if (withNext) prefetchIndex(chunk(next), moved);
    std::uint32_t place = 0;
    moveEntries(first, number, *into, number, place, moved);
    positions_ = positions_ - first.used + live;
@@ -182,9 +182,9 @@ void EntryStore<K, V>::rewrite(std::uint32_t number, bool withNext, Moved const&
 
 template <class K, class V>
 template <class Moved>
-void EntryStore<K, V>::touchIndex(Chunk const& chunk, Moved const& moved) noexcept {
+void EntryStore<K, V>::prefetchIndex(Chunk const& chunk, Moved const& moved) noexcept {
    for (std::uint32_t i = 0; i < chunk.used; ++i) {
-      if (std::uint32_t const hash = hashes(chunk)[i]; hash != 0) moved.touch(hash);
+      if (std::uint32_t const hash = hashes(chunk)[i]; hash != 0) moved.prefetch(hash);
    }
 }
 

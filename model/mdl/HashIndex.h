@@ -48,9 +48,7 @@ namespace Mdl {
 ///
 /// Tried and left: tombstones instead of `passed` (searches for absent keys grow with churn until
 /// a clean-up, which then is one more stall); tags and positions of a group in one cache line (five
-/// times as much memory to miss in, for one line less when a key is found); prefetching what later
-/// searches will read (dropped where an address must be translated first; loads are not, so
-/// `touch` loads).
+/// times as much memory to miss in, for one line less when a key is found)).
 class MDL_EXPORT HashIndex {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
@@ -77,9 +75,10 @@ class MDL_EXPORT HashIndex {
    template <class Matches>
    std::uint32_t find(std::uint32_t hash, Matches const& matches) const;
 
-   /// Loads what a search reads first, and gives the position that it would look at first, npos if
-   /// none. See Collection::touch.
-   std::uint32_t touch(std::uint32_t hash) const noexcept;
+   /// Has the processor load what a search of this hash reads first. Waits for nothing.
+   void prefetch(std::uint32_t hash) const noexcept;
+   /// The position that a search would look at first; npos when there is none.
+   std::uint32_t candidate(std::uint32_t hash) const noexcept;
 
    /// Makes sure that `insert` of this hash finds room. Throws std::bad_alloc, and then every
    /// position is still found.

@@ -3,6 +3,7 @@
 // What HashIndex does in line; included by mdl/HashIndex.h alone.
 
 #include "mdl/HashIndex.h"
+#include "mdl/Prefetch.h"
 
 namespace Mdl {
 
@@ -12,7 +13,7 @@ inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches)
    Place const& place = directory_[placeOf(hash)];
    std::uint32_t const group = hash & place.groupMask;
    std::uint32_t const* const positions = place.positions + group * positionsPerGroup;
-   static_cast<void>(*static_cast<std::uint32_t const volatile*>(positions));
+   Mdl::prefetch(positions);
    TagGroup const& tags = place.tags[group];
    Chosen const some = tags.matching(tagOf(hash));
    if (some.any()) {
@@ -25,15 +26,19 @@ inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches)
    return findFurther(place, hash, matches);
 }
 
-inline std::uint32_t HashIndex::touch(std::uint32_t hash) const noexcept {
+inline void HashIndex::prefetch(std::uint32_t hash) const noexcept {
+   Place const& place = directory_[placeOf(hash)];
+   std::uint32_t const group = hash & place.groupMask;
+   Mdl::prefetch(place.tags + group);
+   Mdl::prefetch(place.positions + group * positionsPerGroup);
+}
+
+inline std::uint32_t HashIndex::candidate(std::uint32_t hash) const noexcept {
    Place const& place = directory_[placeOf(hash)];
    std::uint32_t const group = hash & place.groupMask;
    std::uint32_t const* const positions = place.positions + group * positionsPerGroup;
-   // Volatile, so that it is loaded although nobody looks at it. A prefetch may be dropped.
-   TagGroup const& tags = place.tags[group];
-   static_cast<void>(*static_cast<std::uint32_t const volatile*>(positions));
-   static_cast<void>(*static_cast<std::uint8_t const volatile*>(tags.tags));
-   Chosen const some = tags.matching(tagOf(hash));
+   Mdl::prefetch(positions);
+   Chosen const some = place.tags[group].matching(tagOf(hash));
    return some.any() ? positions[some.first()] : npos;
 }
 

@@ -34,8 +34,12 @@ NO_EXPRESSION = set('''if else for while do switch case default return break con
 
 # An assertion of what always holds cannot show when it demands less, a walk that asserts nothing is
 # no one's behaviour, and loading ahead changes nothing but the time.
-UNSEEN_CALLS = {'MDL_ASSERT', 'static_assert', 'touch', 'touchIndex', 'touchBooks', 'ahead'}
-UNSEEN_FUNCTIONS = {'checkInvariants', 'checkTable', 'touch', 'touchIndex', 'touchBooks'}
+UNSEEN_CALLS = {'MDL_ASSERT', 'static_assert', '__builtin_prefetch', 'prefetch',
+                'prefetchIndex', 'prefetchEntry', 'prefetchIndexes', 'prefetchEntries', 'step',
+                'ahead', 'load'}
+UNSEEN_FUNCTIONS = {'checkInvariants', 'checkTable', 'prefetch', 'prefetchIndex',
+                    'prefetchEntry', 'prefetchIndexes', 'prefetchEntries', 'step', 'load',
+                    'hashesOf'}
 
 
 class Token:

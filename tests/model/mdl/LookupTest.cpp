@@ -187,8 +187,12 @@ TEST_P(Lookup, AlwaysShowsWhatASearchWould) {
 
 TEST_P(Lookup, LoadingAheadChangesNothing) {
    Numbers const empty;
-   empty.touch(empty.hashed(1).hash());
-   for (int key = 0; key < 2 * count; ++key) numbers.touch(numbers.hashed(key).hash());
+   empty.prefetchIndex(empty.hashed(1).hash());
+   empty.prefetchEntry(empty.hashed(1).hash());
+   for (int key = 0; key < 2 * count; ++key) {
+      numbers.prefetchIndex(numbers.hashed(key).hash());
+      numbers.prefetchEntry(numbers.hashed(key).hash());
+   }
    EXPECT_EQ(numbers.size(), static_cast<std::size_t>(count));
    numbers.checkInvariants();
 }

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "FwdL3Unicast/DecapKey.h"
+#include "FwdL3Unicast/FwdDecapGroupSm.h"
+
+#include <array>
+#include <cstdint>
+
+namespace Fwd {
+
+/// Has the processor load what the machine's books have on a key before it is asked for.
+///
+/// With many keys each search waits for memory, two or three times one after the other. A walk
+/// knows which keys come next: far ahead it asks for the indexes' lines, nearer for the entries to
+/// which these lead, and when a key's turn comes everything is there.
+///
+/// Owner: the function that walks.
+class BooksAhead {
+ public:
+   explicit BooksAhead(FwdDecapGroupSm const& stateMachine) noexcept
+       : stateMachine_(stateMachine) {}
+
+   /// For the next entry of the walk: to be called once for each.
+   template <class Walk>
+   void step(Walk const& walk) noexcept {
+      Hashes& next = hashes_[turn_++ % far];
+      Hashes const near = hashes_[(turn_ + far / 2) % far];
+      next = {};
+      walk.ahead(far, [&](HashedKey const& key) { next = hashesOf(key); });
+      if (next.key != 0) prefetchIndexes(next);
+      if (near.key != 0) prefetchEntries(near);
+   }
+
+   /// For one key whose turn has come: at least its searches wait side by side.
+   static void load(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept {
+      BooksAhead const books(stateMachine);
+      Hashes const hashes = hashesOf(key);
+      books.prefetchIndexes(hashes);
+      books.prefetchEntries(hashes);
+   }
+
+ private:
+   static constexpr std::uint32_t far = 8;
+
+   struct Hashes {
+      std::uint32_t key = 0;
+      std::uint32_t destination = 0;
+   };
+
+   static Hashes hashesOf(HashedKey const& key) noexcept;
+   void prefetchIndexes(Hashes const& hashes) const noexcept;
+   void prefetchEntries(Hashes const& hashes) const noexcept;
+
+   FwdDecapGroupSm const& stateMachine_;
+   std::array<Hashes, far> hashes_;
+   std::uint32_t turn_ = 0;
+};
+
+}  // namespace Fwd
