@@ -8,16 +8,18 @@ BooksAhead::Hashes BooksAhead::hashesOf(HashedKey const& key) noexcept {
    return {key.hash(), DestinationOf(key.key()).hashed().hash()};
 }
 
-void BooksAhead::prefetchIndexes(Hashes const& hashes) const noexcept {
-   stateMachine_.refCount().prefetchIndex(hashes.key);
-   stateMachine_.unprogrammedKey().prefetchIndex(hashes.key);
-   stateMachine_.tunnelTypeDecapIpToVrf().prefetchIndex(hashes.destination);
+void BooksAhead::prefetchIndexes(FwdDecapGroupSm const& stateMachine,
+                                 Hashes const& hashes) noexcept {
+   stateMachine.refCount().prefetchIndex(hashes.key);
+   stateMachine.unprogrammedKey().prefetchIndex(hashes.key);
+   stateMachine.tunnelTypeDecapIpToVrf().prefetchIndex(hashes.destination);
 }
 
-void BooksAhead::prefetchEntries(Hashes const& hashes) const noexcept {
-   stateMachine_.refCount().prefetchEntry(hashes.key);
-   stateMachine_.unprogrammedKey().prefetchEntry(hashes.key);
-   stateMachine_.tunnelTypeDecapIpToVrf().prefetchEntry(hashes.destination);
+void BooksAhead::prefetchEntries(FwdDecapGroupSm const& stateMachine,
+                                 Hashes const& hashes) noexcept {
+   stateMachine.refCount().prefetchEntry(hashes.key);
+   stateMachine.unprogrammedKey().prefetchEntry(hashes.key);
+   stateMachine.tunnelTypeDecapIpToVrf().prefetchEntry(hashes.destination);
 }
 
 }  // namespace Fwd

@@ -2,9 +2,11 @@
 
 #include "FwdL3Unicast/DecapKey.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
+#include "mdl/Ptr.h"
 
 #include <array>
 #include <cstdint>
+#include <utility>
 
 namespace Fwd {
 
@@ -17,8 +19,9 @@ namespace Fwd {
 /// Owner: the function that walks.
 class BooksAhead {
  public:
-   explicit BooksAhead(FwdDecapGroupSm const& stateMachine) noexcept
-       : stateMachine_(stateMachine) {}
+   /// Null is for a group that has left its machine: nothing is loaded.
+   explicit BooksAhead(Mdl::Ptr<FwdDecapGroupSm const> stateMachine) noexcept
+       : stateMachine_(std::move(stateMachine)) {}
 
    /// For the next entry of the walk: to be called once for each.
    template <class Walk>
@@ -27,16 +30,16 @@ class BooksAhead {
       Hashes const near = hashes_[(turn_ + far / 2) % far];
       next = {};
       walk.ahead(far, [&](HashedKey const& key) { next = hashesOf(key); });
-      if (next.key != 0) prefetchIndexes(next);
-      if (near.key != 0) prefetchEntries(near);
+      if (!stateMachine_) return;
+      if (next.key != 0) prefetchIndexes(*stateMachine_, next);
+      if (near.key != 0) prefetchEntries(*stateMachine_, near);
    }
 
    /// For one key whose turn has come: at least its searches wait side by side.
    static void load(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept {
-      BooksAhead const books(stateMachine);
       Hashes const hashes = hashesOf(key);
-      books.prefetchIndexes(hashes);
-      books.prefetchEntries(hashes);
+      prefetchIndexes(stateMachine, hashes);
+      prefetchEntries(stateMachine, hashes);
    }
 
  private:
@@ -48,10 +51,10 @@ class BooksAhead {
    };
 
    static Hashes hashesOf(HashedKey const& key) noexcept;
-   void prefetchIndexes(Hashes const& hashes) const noexcept;
-   void prefetchEntries(Hashes const& hashes) const noexcept;
+   static void prefetchIndexes(FwdDecapGroupSm const& stateMachine, Hashes const& hashes) noexcept;
+   static void prefetchEntries(FwdDecapGroupSm const& stateMachine, Hashes const& hashes) noexcept;
 
-   FwdDecapGroupSm const& stateMachine_;
+   Mdl::Ptr<FwdDecapGroupSm const> const stateMachine_;
    std::array<Hashes, far> hashes_;
    std::uint32_t turn_ = 0;
 };

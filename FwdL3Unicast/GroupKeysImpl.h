@@ -51,9 +51,7 @@ void FwdDecapGroupSm::MdlDecapGroup::letGo(Mdl::Lookup<Keys>& entry) {
 /// Gives back every reference of a set, whose lists stay. An exception does not keep the others.
 template <class Use>
 void FwdDecapGroupSm::MdlDecapGroup::letGoAll(GroupKeys<Use>& keys, FirstException& errors) {
-   if (stateMachine_ == nullptr) return;
-   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   BooksAhead books(*stateMachine);
+   BooksAhead books{Mdl::Ptr<FwdDecapGroupSm const>(stateMachine_)};
    auto walk = keys.walk();
    for ([[maybe_unused]] auto const& entry : walk) {
       books.step(walk);
@@ -68,8 +66,7 @@ void FwdDecapGroupSm::MdlDecapGroup::forgetAll(GroupKeys<Use>& keys, FirstExcept
    // A hook that re-keys the group meanwhile must not carry over what is on its way out.
    keys.leaveAll();
    unsigned const mine = rebuilds_;
-   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   BooksAhead books(*stateMachine);
+   BooksAhead books{Mdl::Ptr<FwdDecapGroupSm const>(stateMachine_)};
    auto walk = keys.walk();
    for ([[maybe_unused]] auto const& entry : walk) {
       books.step(walk);

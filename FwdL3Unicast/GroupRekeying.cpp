@@ -124,8 +124,7 @@ void FwdDecapGroupSm::MdlDecapGroup::rekeyAll(Rekeyed const& rekeyed, bool onlyS
 template <class Use, class Rekeyed>
 void FwdDecapGroupSm::MdlDecapGroup::rekeySet(GroupKeys<Use>& keys, Rekeyed const& rekeyed,
                                               bool onlyStale, FirstException& errors) {
-   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   BooksAhead books(*stateMachine);
+   BooksAhead books{Mdl::Ptr<FwdDecapGroupSm const>(stateMachine_)};
    auto walk = keys.walk();
    for (auto const& entry : walk) {
       books.step(walk);
