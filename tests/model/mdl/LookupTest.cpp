@@ -24,6 +24,7 @@ class Lookup : public testing::TestWithParam<int> {
 
    /// Looks for a key that stays alive, as the key of a lookup must.
    Mdl::Lookup<Numbers> at(int const& key) { return numbers.lookup(numbers.hashed(key)); }
+   Mdl::Lookup<Numbers> at(int&& key) = delete;
 
    int const count = GetParam();
    int const present = count / 2;
@@ -89,12 +90,13 @@ TEST_P(Lookup, SeesThatTheEntryHasComeBack) {
 }
 
 TEST_P(Lookup, FollowsAnEntryThatRemovalsMove) {
-   auto lookup = at(count - 1);
-   for (int key = 0; key < count - 1; ++key) {
+   int const last = count - 1;
+   auto lookup = at(last);
+   for (int key = 0; key < last; ++key) {
       numbers.erase(key);
       ASSERT_NE(lookup.find(), nullptr);
-      ASSERT_EQ(*lookup.find(), count - 1);
-      ASSERT_EQ(lookup.find(), numbers.find(count - 1));
+      ASSERT_EQ(*lookup.find(), last);
+      ASSERT_EQ(lookup.find(), numbers.find(last));
    }
 }
 
