@@ -55,7 +55,7 @@ double interfacesGrow(std::size_t interfaces) {
    std::uint32_t address = static_cast<std::uint32_t>(interfaces);
    return timed(1, [&] {
       auto const& one = all[address % all.size()];
-      one->addrWithMaskIs(Pkt::IpAddrWithMask(Pkt::IpAddr(0x0a000001U + address++), 24));
+      one->addrWithMaskIs(Pkt::IpAddrWithMask(Pkt::IpAddr(0x64000001U + address++), 24));
    });
 }
 
@@ -70,7 +70,7 @@ double usersGrow(std::size_t groups) {
    scene.start();
    std::uint32_t address = 0;
    return timed(1, [&] {
-      first->addrWithMaskIs(Pkt::IpAddrWithMask(Pkt::IpAddr(0x0a000001U + ++address), 24));
+      first->addrWithMaskIs(Pkt::IpAddrWithMask(Pkt::IpAddr(0x64000001U + ++address), 24));
    });
 }
 

@@ -51,7 +51,7 @@ struct Scene {
    Mdl::Ptr<Ip::IpIntfStatus> addInterface(std::size_t number, std::uint32_t address) {
       auto interface =
           Mdl::allocate<Ip::IpIntfStatus>(interfaceName(number), L3::VrfName::defaultVrf());
-      interface->addrWithMaskIs(Pkt::IpAddrWithMask(Pkt::IpAddr(0x0a000001U + address), 24));
+      interface->addrWithMaskIs(Pkt::IpAddrWithMask(Pkt::IpAddr(0x64000001U + address), 24));
       ip->ipIntfStatusIs(interface);
       return interface;
    }

@@ -13,7 +13,7 @@ inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches)
    Place const& place = directory_[placeOf(hash)];
    std::uint32_t const group = hash & place.groupMask;
    std::uint32_t const* const positions = place.positions + group * positionsPerGroup;
-   Mdl::prefetch(positions);
+   __builtin_prefetch(positions);
    TagGroup const& tags = place.tags[group];
    Chosen const some = tags.matching(tagOf(hash));
    if (some.any()) {
