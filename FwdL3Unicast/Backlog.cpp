@@ -95,13 +95,12 @@ dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
          break;
       }
       // 2. A key whose destination another VRF owns is passed over.
-      //    So is one that hardware is being asked about; the call under way answers for it.
-      if (HardwareCall::isUnderWay(*this, key)) continue;
       HardwareCall call(*this, refCountAt(waiting.hashed()));
       if (call.ownerIsAnother()) {
          traceOwner("doReview", key);
          continue;
       }
+      if (call.isNested()) continue;  // the call around this one answers for the key
       // 3., 4.
       auto entry = walk.lookup(unprogrammedKey_);
       last = call.retry(entry);

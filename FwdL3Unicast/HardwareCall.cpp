@@ -37,7 +37,11 @@ HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, RefCount const& count)
 HardwareCall::~HardwareCall() { stateMachine_.hardwareCalls_ = outer_; }
 
 bool HardwareCall::isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept {
-   for (auto const* call = stateMachine.hardwareCalls_; call != nullptr; call = call->outer_) {
+   return isAmong(stateMachine.hardwareCalls_, key);
+}
+
+bool HardwareCall::isAmong(HardwareCall const* inner, DecapKey const& key) noexcept {
+   for (auto const* call = inner; call != nullptr; call = call->outer_) {
       if (call->key_ == key) return true;
    }
    return false;

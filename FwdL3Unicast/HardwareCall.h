@@ -18,7 +18,7 @@ namespace Fwd {
 /// hook has returned and brings hardware in line with it.
 ///
 /// Owner: the stack of the function that calls the hook.
-/// I1: at most one object exists for a key.
+/// I1: at most one object for a key asks the hook.
 class HardwareCall {
  public:
    using Waiting = Mdl::Collection<DecapKey, bool>;
@@ -30,6 +30,8 @@ class HardwareCall {
    HardwareCall& operator=(HardwareCall const&) = delete;
 
    static bool isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept;
+   /// Whether another call for the key is under way around this one, which then must not ask.
+   bool isNested() const noexcept { return isAmong(outer_, key_); }
 
    /// Programs the key while it is counted, unless another VRF owns its destination; then it
    /// waits. What the hook answers is recorded only for a key that is still counted.
@@ -48,6 +50,8 @@ class HardwareCall {
    void remove();
 
  private:
+   /// Whether one of the calls around each other, from `inner` outwards, is for the key.
+   static bool isAmong(HardwareCall const* inner, DecapKey const& key) noexcept;
    HashedKey const& hashed() const noexcept { return count_.key(); }
    bool isCounted() { return count_.exists(); }
    dgRetCode ask();

@@ -50,14 +50,20 @@ bool isFull(Job const& job, Prefixes const& prefixes) {
    return job.hardware().keys == prefixes.added.size() && job.hardware().sum == prefixes.sum;
 }
 
-template <class Job>
-double add(std::size_t count) {
+/// The time of one prefix when `fill(job, prefixes)` adds them all to a fresh job.
+template <class Job, class Fill>
+double filling(std::size_t count, Fill const& fill) {
    Prefixes const& prefixes = prefixesOf(count);
    Job job(groups);
    auto const start = Clock::now();
-   addAll(job, prefixes);
+   fill(job, prefixes);
    double const seconds = secondsSince(start);
    return isFull(job, prefixes) ? seconds / static_cast<double>(count) : -1;
+}
+
+template <class Job>
+double add(std::size_t count) {
+   return filling<Job>(count, addAll<Job>);
 }
 
 template <class Job>
@@ -85,12 +91,7 @@ void applyDocument(Job& job, Prefixes const& prefixes) {
 
 template <class Job>
 double documentApplied(std::size_t count) {
-   Prefixes const& prefixes = prefixesOf(count);
-   Job job(groups);
-   auto const start = Clock::now();
-   applyDocument(job, prefixes);
-   double const seconds = secondsSince(start);
-   return isFull(job, prefixes) ? seconds / static_cast<double>(count) : -1;
+   return filling<Job>(count, applyDocument<Job>);
 }
 
 template <class Job>

@@ -88,6 +88,25 @@ TEST_F(ReviewReentrancy, AReviewInsideAReviewTriesTheOtherKeysOnce) {
    EXPECT_EQ(hardware->journal().calls().size(), 3U);
 }
 
+// Whose destination it is comes first, before the call around the review is looked at.
+TEST_F(ReviewReentrancy, AReviewInsideAKeysCallSaysThatAnotherVrfTookTheDestination) {
+   givenTraceLevels({2});
+   givenGroup("blue", {.vrf = "blue"});
+   auto const waiting = key("10.1.0.0/16");
+   Texts inner;
+   during(1, [&] {
+      whenDecapIpAdded("blue", "10.1.0.0/16");
+      auto const before = traces.size();
+      sm->doReview();
+      for (auto i = before; i < traces.size(); ++i) inner.push_back(traces[i].text);
+   });
+   sm->doReview();
+   ASSERT_GE(inner.size(), 2U);
+   EXPECT_EQ(inner[0], "doReview");
+   EXPECT_EQ(inner[1], " mapping exists for " + Support::rep(pairOf(waiting)) +
+                           " to vrf blue so cannot program with new vrf default");
+}
+
 TEST_F(ReviewReentrancy, TheVrfThatOwnsADestinationLeavesBeforeAKeysTurn) {
    givenGroup("blue", {.vrf = "blue"});
    whenDecapIpAdded("blue", "10.9.0.0/16");
