@@ -2,6 +2,8 @@
 
 #include "agent/ReplayCommand.h"
 #include "agent/RunCommand.h"
+#include "agent/serve/ServeCommand.h"
+#include "control/Protocol.h"
 
 #include <CLI/CLI.hpp>
 
@@ -102,6 +104,55 @@ RunOptions optionsFrom(RunArguments const& arguments) {
    return options;
 }
 
+/// What follows `serve`.
+struct ServeArguments {
+   std::string interfaces = "file";
+   int traceLevel = -1;
+   ServeOptions options;
+};
+
+void declareServe(CLI::App& serve, ServeArguments& arguments) {
+   ServeOptions& options = arguments.options;
+   options.socket = Control::defaultSocket;
+   serve.add_option("--config", options.configuration, "The configuration (JSON)")
+       ->type_name("FILE")
+       ->required();
+   serve
+       .add_option("--socket", options.socket,
+                   std::string("Where commands are taken (") + Control::defaultSocket + ")")
+       ->type_name("PATH");
+   serve
+       .add_option("--socket-group", options.socketGroup,
+                   "A group whose members may give commands, beside root and the agent's user")
+       ->type_name("GROUP");
+   serve
+       .add_option("--state", options.stateFolder,
+                   "Keep the hardware table in this folder, for the next run")
+       ->type_name("DIR");
+   serve
+       .add_option("--interfaces", arguments.interfaces,
+                   "Whose interfaces are decapsulated: the system's, the file's, or both")
+       ->type_name("live|file|both")
+       ->check(CLI::IsMember({"live", "file", "both"}));
+   serve.add_option("--user", options.user, "Become this user once everything is open")
+       ->type_name("NAME");
+   serve.add_flag("--syslog", options.syslog, "Messages go to the system's log as well");
+   serve.add_option("--trace", arguments.traceLevel, "Log traces of the levels 0 to LEVEL")
+       ->type_name("LEVEL")
+       ->check(CLI::Range(0, 31));
+}
+
+ServeOptions optionsFrom(ServeArguments const& arguments) {
+   ServeOptions options = arguments.options;
+   options.interfaces = arguments.interfaces == "live"   ? InterfaceMode::live
+                        : arguments.interfaces == "both" ? InterfaceMode::both
+                                                         : InterfaceMode::file;
+   if (arguments.traceLevel >= 0) {
+      options.traceLevel = static_cast<unsigned>(arguments.traceLevel);
+   }
+   return options;
+}
+
 }  // namespace
 
 int commandLine(int argc, char const* const* argv, std::ostream& out, std::ostream& err) {
@@ -115,8 +166,13 @@ int commandLine(int argc, char const* const* argv, std::ostream& out, std::ostre
    CLI::App& replayApp =
        *app.add_subcommand("replay", "Have the machine live through a journal again, and compare");
    declareReplay(replayApp, replayOptions);
+   ServeArguments serveArguments;
+   CLI::App& serveApp =
+       *app.add_subcommand("serve", "Run the machine in real time, and take commands");
+   declareServe(serveApp, serveArguments);
    try {
       app.parse(argc, argv);
+      if (serveApp.parsed()) return static_cast<int>(serve(optionsFrom(serveArguments), err));
       if (replayApp.parsed()) return static_cast<int>(replay(replayOptions, out, err));
       return static_cast<int>(run(optionsFrom(arguments), out, err));
    } catch (CLI::ParseError const& error) {

@@ -52,6 +52,8 @@ struct ScriptedAnswer {
    Pkt::IpGenPrefix destination;
    Sim::Answer answer;
    std::uint64_t times = Sim::Script::always;
+
+   friend bool operator==(ScriptedAnswer const&, ScriptedAnswer const&) = default;
 };
 
 /// The simulated hardware under the machine.
@@ -62,12 +64,16 @@ struct HardwareConfiguration {
    Mdl::Seconds notReadyUntil = 0.0;
    Mdl::Seconds callCost = 0.0;
    std::vector<ScriptedAnswer> answers;
+
+   friend bool operator==(HardwareConfiguration const&, HardwareConfiguration const&) = default;
 };
 
 /// How the machine goes back to keys that wait.
 struct ReviewConfiguration {
    Mdl::Seconds interval = 0.1;
    Mdl::Seconds budget = 0.01;
+
+   friend bool operator==(ReviewConfiguration const&, ReviewConfiguration const&) = default;
 };
 
 /// What a configuration file says.

@@ -34,6 +34,7 @@ class HardwareState {
    /// Empty without one.
    std::string const& file() const noexcept { return file_; }
    bool kept() const noexcept { return keep_; }
+   void keepIs(bool keep) noexcept { keep_ = keep; }
    /// Where the table is that could not be used; empty when there was none.
    std::string const& setAside() const noexcept { return setAside_; }
    /// The entries in the file once it is closed.

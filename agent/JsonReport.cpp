@@ -54,18 +54,24 @@ Json goneJson(KeyRow const& row) {
    return json;
 }
 
-Json entryJson(KeyRow const& row) {
+/// A point of time, and what clocks on walls showed then.
+void addTime(Json& json, std::string const& name, Mdl::Seconds time, TimeScale const& times) {
+   json[name] = time;
+   if (times.hasWallTime()) json[name + "Time"] = times.text(time);
+}
+
+Json entryJson(KeyRow const& row, TimeScale const& times) {
    Json json = goneJson(row);
-   json["since"] = row.since;
+   if (row.since) addTime(json, "since", *row.since, times);
    return json;
 }
 
-Json absentJson(KeyRow const& row) {
+Json absentJson(KeyRow const& row, TimeScale const& times) {
    Json json = keyJson(row);
    json["reason"] = reasonName(row.reason);
-   json["text"] = reasonText(row);
+   json["text"] = reasonText(row, times);
    json["refusals"] = row.refusals;
-   if (row.refusals != 0) json["lastRefusal"] = row.lastRefusal;
+   if (row.refusals != 0) addTime(json, "lastRefusal", row.lastRefusal, times);
    if (row.reason == Reason::vrfConflict) {
       json["ownerVrf"] = row.ownerVrf.name().stdString();
       json["ownerGroups"] = names(row.ownerGroups);
@@ -100,15 +106,26 @@ Json addressJson(AddressRow const& row) {
    return json;
 }
 
-Json logJson(LogEntry const& entry) {
-   return {{"name", entry.message->name()},
-           {"severity", entry.message->severity()},
-           {"text", entry.message->format()},
-           {"explanation", entry.message->explanation()},
-           {"action", entry.message->recommendedAction()},
-           {"first", entry.first},
-           {"last", entry.last},
-           {"times", entry.times}};
+Json logJson(LogEntry const& entry, TimeScale const& times) {
+   Json json = {{"name", entry.message->name()},
+                {"severity", entry.message->severity()},
+                {"text", entry.message->format()},
+                {"explanation", entry.message->explanation()},
+                {"action", entry.message->recommendedAction()}};
+   addTime(json, "first", entry.first, times);
+   addTime(json, "last", entry.last, times);
+   json["times"] = entry.times;
+   return json;
+}
+
+/// An entry in whatever state, as "show entries" has it.
+Json statusJson(KeyRow const& row, TimeScale const& times) {
+   bool const there = row.reason == Reason::none;
+   Json json = there ? entryJson(row, times) : absentJson(row, times);
+   json["status"] = statusText(row);
+   json["tries"] = row.tries;
+   if (!there && row.since) addTime(json, "since", *row.since, times);
+   return json;
 }
 
 Json scenarioJson(RunResult const& result) {
@@ -134,17 +151,26 @@ class Writer {
       begin(name);
       out_ << dump(value);
    }
-   template <class Row>
-   void list(char const* name, std::vector<Row> const& rows, Json (*toJson)(Row const&)) {
+   template <class Row, class ToJson>
+   void list(char const* name, std::vector<Row> const& rows, ToJson const& toJson) {
+      beginList(name);
+      more(rows, toJson);
+      endList();
+   }
+   // A list out of several.
+   void beginList(char const* name) {
       begin(name);
       out_ << '[';
-      char const* separator = "\n  ";
-      for (Row const& row : rows) {
-         out_ << separator << dump(toJson(row));
-         separator = ",\n  ";
-      }
-      out_ << ']';
+      row_ = "\n  ";
    }
+   template <class Row, class ToJson>
+   void more(std::vector<Row> const& rows, ToJson const& toJson) {
+      for (Row const& row : rows) {
+         out_ << row_ << dump(toJson(row));
+         row_ = ",\n  ";
+      }
+   }
+   void endList() { out_ << ']'; }
    void end() { out_ << "\n}\n"; }
 
  private:
@@ -155,6 +181,7 @@ class Writer {
 
    std::ostream& out_;
    char const* separator_ = "\n ";
+   char const* row_ = "";
 };
 
 Json hardwareJson(Report const& report) {
@@ -175,21 +202,69 @@ Json hardwareJson(Report const& report) {
    return json;
 }
 
-Json restartJson(Restart const& restart, HardwareState const& state) {
+/// `state` is null where no file keeps the table.
+Json restartJson(Restart const& restart, HardwareState const* state) {
    Json json;
-   if (!state.file().empty()) json["file"] = state.file();
-   if (!state.setAside().empty()) json["setAside"] = state.setAside();
+   bool const hasFile = state != nullptr && !state->file().empty();
+   if (hasFile) json["file"] = state->file();
+   if (state != nullptr && !state->setAside().empty()) json["setAside"] = state->setAside();
    json["found"] = restart.found;
    json["takenOver"] = restart.takenOver;
    json["rewritten"] = restart.rewritten;
    json["unclaimed"] = restart.unclaimed;
    json["removed"] = restart.removed;
    json["heldOver"] = restart.heldOver;
-   if (!state.file().empty()) {
-      json["kept"] = state.kept();
-      json["left"] = state.left();
+   if (hasFile) {
+      json["kept"] = state->kept();
+      json["left"] = state->left();
    }
    return json;
+}
+
+Json summaryJson(Report const& report) {
+   return {{"groups", report.groupsTotal},          {"prefixes", report.prefixes},
+           {"addresses", report.addresses},         {"interfaces", report.interfaces.interfaces},
+           {"inHardware", report.hardware.total},   {"waiting", report.waiting.total},
+           {"waitingForVrf", report.waitingForVrf}, {"notProgrammed", report.missing.total}};
+}
+
+void writeSection(Writer& writer, Report const& report, HardwareState const* state,
+                  JsonSection section) {
+   TimeScale const& times = report.times;
+   auto const entry = [&](KeyRow const& row) { return entryJson(row, times); };
+   auto const absent = [&](KeyRow const& row) { return absentJson(row, times); };
+   auto const status = [&](KeyRow const& row) { return statusJson(row, times); };
+   auto const message = [&](LogEntry const& each) { return logJson(each, times); };
+   switch (section) {
+      case JsonSection::resources:
+         writer.member("resourceFull", report.resourceFull);
+         writer.member("hardware", hardwareJson(report));
+         return;
+      case JsonSection::restart:
+         writer.member("restart", restartJson(report.restart, state));
+         return;
+      case JsonSection::gone: writer.list("gone", report.restart.gone.rows, goneJson); return;
+      case JsonSection::summary: writer.member("summary", summaryJson(report)); return;
+      case JsonSection::groups: writer.list("groups", report.groups, groupJson); return;
+      case JsonSection::interfaces:
+         writer.list("interfaces", report.interfaces.rows, addressJson);
+         return;
+      case JsonSection::hardware: writer.list("entries", report.hardware.rows, entry); return;
+      case JsonSection::entries:
+         writer.member("matching", report.hardware.matching + report.waiting.matching +
+                                       report.missing.matching);
+         writer.beginList("entries");
+         writer.more(report.hardware.rows, status);
+         writer.more(report.waiting.rows, status);
+         writer.more(report.missing.rows, status);
+         writer.endList();
+         return;
+      case JsonSection::backlog:
+         writer.list("waiting", report.waiting.rows, absent);
+         writer.list("notProgrammed", report.missing.rows, absent);
+         return;
+      case JsonSection::log: writer.list("log", report.log, message); return;
+   }
 }
 
 }  // namespace
@@ -200,25 +275,44 @@ void printJson(std::ostream& out, Report const& report, RunResult const& result)
    if (!result.scenario.empty()) writer.member("scenario", scenarioJson(result));
    writer.member("time", report.time);
    writer.member("quiet", result.settled.quiet);
-   writer.member("resourceFull", report.resourceFull);
-   writer.member("hardware", hardwareJson(report));
-   bool const restarted = !result.hardwareState->file().empty() || report.restart.found != 0;
-   if (restarted) writer.member("restart", restartJson(report.restart, *result.hardwareState));
-   writer.member("summary", Json{{"groups", report.groupsTotal},
-                                 {"prefixes", report.prefixes},
-                                 {"addresses", report.addresses},
-                                 {"interfaces", report.interfaces.interfaces},
-                                 {"inHardware", report.hardware.total},
-                                 {"waiting", report.waiting.total},
-                                 {"waitingForVrf", report.waitingForVrf},
-                                 {"notProgrammed", report.missing.total}});
-   writer.list("groups", report.groups, groupJson);
-   writer.list("interfaces", report.interfaces.rows, addressJson);
-   writer.list("entries", report.hardware.rows, entryJson);
-   if (restarted) writer.list("gone", report.restart.gone.rows, goneJson);
-   writer.list("waiting", report.waiting.rows, absentJson);
-   writer.list("notProgrammed", report.missing.rows, absentJson);
-   writer.list("log", report.log, logJson);
+   for (JsonSection const section :
+        {JsonSection::resources, JsonSection::restart, JsonSection::summary, JsonSection::groups,
+         JsonSection::interfaces, JsonSection::hardware, JsonSection::gone, JsonSection::backlog,
+         JsonSection::log}) {
+      bool const ofRestart = section == JsonSection::restart || section == JsonSection::gone;
+      bool const restarted = !result.hardwareState->file().empty() || report.restart.found != 0;
+      if (!ofRestart || restarted) writeSection(writer, report, result.hardwareState, section);
+   }
+   writer.end();
+}
+
+void printJson(std::ostream& out, Report const& report, std::span<JsonSection const> sections) {
+   Writer writer(out);
+   writer.member("time", report.time);
+   if (report.times.hasWallTime()) writer.member("wallTime", report.times.text(report.time));
+   for (JsonSection const section : sections) writeSection(writer, report, nullptr, section);
+   writer.end();
+}
+
+void printJson(std::ostream& out, Explanation const& explanation) {
+   Writer writer(out);
+   writer.member("destination", explanation.destination.stringValue().stdString());
+   writer.member("decapsulated", explanation.decapsulated);
+   writer.member("verdict", explanation.verdict);
+   writer.list("claims", explanation.claims, [](Explanation::Claim const& claim) {
+      return Json{{"group", claim.group.stdString()},
+                  {"prefix", claim.prefix.stringValue().stdString()},
+                  {"hasTunnelType", !claim.withoutType}};
+   });
+   writer.list("interfaces", explanation.addresses, addressJson);
+   writer.list("keys", explanation.keys,
+               [&](KeyRow const& row) { return statusJson(row, explanation.times); });
+   writer.member("inside", explanation.inside);
+   if (explanation.nextReview) {
+      Json time;
+      addTime(time, "nextReview", *explanation.nextReview, explanation.times);
+      for (auto const& [name, value] : time.items()) writer.member(name.c_str(), value);
+   }
    writer.end();
 }
 

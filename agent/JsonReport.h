@@ -1,10 +1,13 @@
 #pragma once
 
+#include "agent/Explanation.h"
 #include "agent/Report.h"
 #include "agent/World.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <ostream>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -34,5 +37,26 @@ struct RunResult {
 /// A report as one JSON document; docs/agent.md describes its fields. Rows are written one by one,
 /// so that a big report takes no second copy of itself.
 void printJson(std::ostream& out, Report const& report, RunResult const& result);
+
+/// A part of a report. "hardware" has the entries of the table; "entries" every key with its
+/// status, wherever it is.
+enum class JsonSection : std::uint8_t {
+   resources,
+   restart,
+   summary,
+   groups,
+   interfaces,
+   hardware,
+   entries,
+   gone,
+   backlog,
+   log,
+};
+
+/// The time, and some parts of a report, as one JSON document.
+void printJson(std::ostream& out, Report const& report, std::span<JsonSection const> sections);
+
+/// An explanation as one JSON document.
+void printJson(std::ostream& out, Explanation const& explanation);
 
 }  // namespace Agent

@@ -22,11 +22,12 @@ void Refusals::note(Sim::Call const& call, bool waited) {
       case Sim::Operation::program: break;
    }
    if (!isRefusal(call)) {
-      refused_.erase(call.key);
+      if (Refusal* const refusal = refused_.find(call.key)) refusal->accepted = true;
       return;
    }
    Refusal& refusal = *refused_.tryInsert(call.key).value;
-   if (!waited) refusal.times = 0;
+   if (!waited || refusal.accepted) refusal.times = 0;
+   refusal.accepted = false;
    refusal.threw = call.outcome == Sim::Outcome::threw;
    refusal.answer = call.answer;
    refusal.last = call.time;

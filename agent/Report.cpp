@@ -38,9 +38,11 @@ class KeyJudge {
       KeyRow row;
       row.key = key;
       if (world_.machine()) row.references = world_.machine()->refCount(key);
+      row.tries = world_.refusals().timesBefore(key);
       if (Refusal const* const refusal = world_.refusals().find(key)) {
          row.refusals = refusal->times;
          row.lastRefusal = refusal->last;
+         row.tries = refusal->times;
       }
       if (TakeOver::Fate const* const fate = world_.takeOver().find(key)) row.fate = *fate;
       return row;
@@ -88,6 +90,7 @@ class ReportBuilder {
 
    void run() {
       report_.time = world_.now();
+      report_.times = scope_.times;
       report_.log = world_.log().entries();
       report_.resourceFull = world_.status().hwResourceFull();
       takeHardware();
@@ -101,7 +104,8 @@ class ReportBuilder {
  private:
    Fwd::DecapKey const* wanted(Rows& list, Fwd::DecapKey const& key, bool inScope) {
       ++list.total;
-      if (!inScope || list.rows.size() >= scope_.rows) return nullptr;
+      if (!inScope || (scope_.keys && !scope_.keys(key))) return nullptr;
+      if (++list.matching <= scope_.from || list.rows.size() >= scope_.rows) return nullptr;
       ownership_.want(key);
       list.rows.push_back(judge_.row(key));
       return &list.rows.back().key;
@@ -124,6 +128,7 @@ class ReportBuilder {
          if (references == 0) ++report_.unclaimed;
          if (wanted(report_.hardware, entry.key, scope_.hardware) != nullptr) {
             report_.hardware.rows.back().since = entry.value;
+            ++report_.hardware.rows.back().tries;
          }
       }
    }
@@ -148,8 +153,13 @@ class ReportBuilder {
       for (auto const& entry : world_.machine()->unprogrammedKey()) {
          L3::VrfName const* const owner = judge_.conflictOf(entry.key);
          if (owner != nullptr) ++report_.waitingForVrf;
+         if (owner == nullptr && scope_.onlyConflicts) {
+            ++report_.waiting.total;
+            continue;
+         }
          if (wanted(report_.waiting, entry.key, scope_.backlog) == nullptr) continue;
          KeyRow& row = report_.waiting.rows.back();
+         row.since = world_.waitsSince(entry.key);
          if (owner == nullptr) {
             row.reason = judge_.refusalReason(entry.key, Reason::untried);
             continue;
@@ -169,7 +179,9 @@ class ReportBuilder {
          report_.usesInterfaces = report_.usesInterfaces || !entry.value->decapIntf().empty();
          if (world_.machine()) countKeys(entry.key, row);
          report_.addresses += row.addresses;
-         if (scope_.groups && report_.groups.size() < scope_.rows) report_.groups.push_back(row);
+         bool const inScope =
+             scope_.groups && (scope_.onlyGroup.empty() || scope_.onlyGroup == entry.key);
+         if (inScope && report_.groups.size() < scope_.rows) report_.groups.push_back(row);
       }
    }
 
@@ -192,9 +204,11 @@ class ReportBuilder {
    void takeMissing(Fwd::DecapKey const& key, bool held) {
       // A key that several groups miss is one row.
       if (!missing_.tryInsert(key).inserted) return;
-      if (wanted(report_.missing, key, scope_.backlog) == nullptr) return;
-      report_.missing.rows.back().reason =
-          held ? judge_.refusalReason(key, Reason::untried) : Reason::portUnset;
+      bool const inScope = scope_.backlog && !scope_.onlyConflicts;
+      if (wanted(report_.missing, key, inScope) == nullptr) return;
+      KeyRow& row = report_.missing.rows.back();
+      row.reason = held ? judge_.refusalReason(key, Reason::untried) : Reason::portUnset;
+      if (row.refusals != 0) row.since = row.lastRefusal;
    }
 
    void nameGroups() {

@@ -4,9 +4,11 @@
 #include "agent/AddressRows.h"
 #include "agent/OperatorLog.h"
 #include "agent/TakeOver.h"
+#include "agent/TimeScale.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,10 +40,14 @@ struct KeyRow {
    /// The groups that call for it, in the order of configuration.
    std::vector<Mdl::String> groups;
    std::uint32_t references = 0;
-   Mdl::Seconds since = 0.0;  ///< in hardware: when it was written
+   /// When it came into hardware or into the backlog, or was refused for good; none where nothing
+   /// of the kind has happened.
+   std::optional<Mdl::Seconds> since;
    Reason reason = Reason::none;
    std::uint32_t refusals = 0;      ///< answers that were refusals
    Mdl::Seconds lastRefusal = 0.0;  ///< when `refusals` is not 0
+   /// How often hardware was asked since the key was first called for, as far as it is known.
+   std::uint32_t tries = 0;
    /// What became of the entry that the machine found; empty for one that it did not find.
    std::optional<TakeOver::Fate> fate;
    // For a conflict: who owns the destination.
@@ -53,6 +59,8 @@ struct KeyRow {
 struct Rows {
    std::vector<KeyRow> rows;
    std::size_t total = 0;
+   /// Of `total`, those that the scope asks for.
+   std::size_t matching = 0;
 };
 
 /// One group and what became of its keys.
@@ -89,6 +97,15 @@ struct TypeShare {
 /// How many rows of a list a report takes, and of which lists it takes any.
 struct ReportScope {
    std::size_t rows = 40;
+   /// Rows that are passed over first, in each list of keys.
+   std::size_t from = 0;
+   /// Which keys get rows; all where it is empty.
+   std::function<bool(Fwd::DecapKey const&)> keys;
+   /// Of the groups only this one; all where it is empty.
+   Mdl::String onlyGroup;
+   /// Of the backlog only what waits for another VRF to leave.
+   bool onlyConflicts = false;
+   TimeScale times;
    bool groups = true;
    bool interfaces = true;
    bool hardware = true;
@@ -103,6 +120,7 @@ struct Report {
    Report(World const& world, ReportScope const& scope);
 
    Mdl::Seconds time = 0.0;
+   TimeScale times;
    std::vector<GroupRow> groups;
    std::size_t groupsTotal = 0;
    std::size_t prefixes = 0;

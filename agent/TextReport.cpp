@@ -58,10 +58,10 @@ std::string entryNote(KeyRow const& row) {
    return note.empty() ? fateText(*row.fate) : note + "; " + fateText(*row.fate);
 }
 
-void printRows(std::ostream& out, Rows const& list) {
+void printRows(std::ostream& out, Rows const& list, TimeScale const& times) {
    if (list.rows.empty()) return;
    TextTable table(keyColumns("WHY"));
-   for (KeyRow const& row : list.rows) table.row(keyCells(row, reasonText(row)));
+   for (KeyRow const& row : list.rows) table.row(keyCells(row, reasonText(row, times)));
    table.print(out);
    printMore(out, list.rows.size(), list.total);
 }
@@ -137,6 +137,38 @@ void printHardware(std::ostream& out, Report const& report) {
    printMore(out, report.hardware.rows.size(), report.hardware.total);
 }
 
+void printEntries(std::ostream& out, Report const& report) {
+   std::size_t const matching =
+       report.hardware.matching + report.waiting.matching + report.missing.matching;
+   out << "Entries: " << report.hardware.matching << " in hardware, " << report.waiting.matching
+       << " waiting, " << report.missing.matching << " not programmed\n";
+   TextTable table({{"STATUS"},
+                    {"TUNNEL"},
+                    {"DESTINATION"},
+                    {"PORT", Align::right},
+                    {"PAYLOAD"},
+                    {"VRF"},
+                    {"GROUPS"},
+                    {"SINCE"},
+                    {"TRIES", Align::right},
+                    {"NOTE"}});
+   std::size_t shown = 0;
+   auto const add = [&](KeyRow const& row, std::string const& note) {
+      std::vector<std::string> cells =
+          keyCells(row, row.since ? report.times.text(*row.since) : "-");
+      cells.insert(cells.begin(), statusText(row));
+      cells.push_back(std::to_string(row.tries));
+      cells.push_back(note);
+      table.row(std::move(cells));
+      ++shown;
+   };
+   for (KeyRow const& row : report.hardware.rows) add(row, entryNote(row));
+   for (KeyRow const& row : report.waiting.rows) add(row, reasonText(row, report.times));
+   for (KeyRow const& row : report.missing.rows) add(row, reasonText(row, report.times));
+   if (!table.empty()) table.print(out);
+   printMore(out, shown, matching);
+}
+
 void printRestart(std::ostream& out, Report const& report) {
    Restart const& restart = report.restart;
    out << "Found in hardware: " << counted(restart.found, "entry", "entries");
@@ -158,18 +190,31 @@ void printRestart(std::ostream& out, Report const& report) {
 
 void printBacklog(std::ostream& out, Report const& report) {
    out << "Waiting to be programmed: " << counted(report.waiting.total, "key") << '\n';
-   printRows(out, report.waiting);
+   printRows(out, report.waiting, report.times);
    if (report.missing.total == 0) return;
    out << "Not programmed and not waiting: " << counted(report.missing.total, "key") << '\n';
-   printRows(out, report.missing);
+   printRows(out, report.missing, report.times);
+}
+
+void printConflicts(std::ostream& out, Report const& report) {
+   out << "VRF conflicts: " << counted(report.waitingForVrf, "key") << " waiting\n";
+   if (report.waiting.rows.empty()) return;
+   TextTable table(keyColumns("OWNER"));
+   for (KeyRow const& row : report.waiting.rows) {
+      std::string owner = "VRF " + vrfText(row.ownerVrf);
+      if (!row.ownerGroups.empty()) owner += " (" + namesText(row.ownerGroups) + ")";
+      table.row(keyCells(row, owner));
+   }
+   table.print(out);
+   printMore(out, report.waiting.rows.size(), report.waiting.matching);
 }
 
 void printLog(std::ostream& out, Report const& report) {
    out << (report.log.empty() ? "Log: no messages\n" : "Log:\n");
    for (LogEntry const& entry : report.log) {
-      out << "  " << secondsText(entry.first) << " s  " << logText(*entry.message);
+      out << "  " << report.times.text(entry.first) << "  " << logText(*entry.message);
       if (entry.times > 1) {
-         out << " [" << entry.times << " times, last at " << secondsText(entry.last) << " s]";
+         out << " [" << entry.times << " times, last at " << report.times.text(entry.last) << "]";
       }
       out << '\n';
    }

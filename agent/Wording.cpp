@@ -9,10 +9,10 @@ namespace Agent {
 
 namespace {
 
-std::string refusalText(KeyRow const& row, std::string const& what) {
+std::string refusalText(KeyRow const& row, TimeScale const& times, std::string const& what) {
    if (row.refusals == 0) return what;
    return what + "; refused " + counted(row.refusals, "time") + ", last at " +
-          secondsText(row.lastRefusal) + " s";
+          times.text(row.lastRefusal);
 }
 
 std::string conflictText(KeyRow const& row) {
@@ -120,18 +120,34 @@ std::string addressStateText(AddressState state) {
    return "";
 }
 
-std::string reasonText(KeyRow const& row) {
+char const* statusText(KeyRow const& row) noexcept {
+   switch (row.reason) {
+      case Reason::none: return "in hardware";
+      case Reason::vrfConflict: return "conflict";
+      case Reason::full:
+      case Reason::notReady:
+      case Reason::pending:
+      case Reason::fault:
+      case Reason::untried: return "waiting";
+      case Reason::portUnset: return "held back";
+      case Reason::unsupported:
+      case Reason::refused: return "refused";
+   }
+   return "";
+}
+
+std::string reasonText(KeyRow const& row, TimeScale const& times) {
    switch (row.reason) {
       case Reason::none: return "";
       case Reason::vrfConflict: return conflictText(row);
-      case Reason::full: return refusalText(row, "hardware table full");
-      case Reason::notReady: return refusalText(row, "hardware not ready");
-      case Reason::pending: return refusalText(row, "hardware is still writing it");
-      case Reason::fault: return refusalText(row, "hardware call failed");
+      case Reason::full: return refusalText(row, times, "hardware table full");
+      case Reason::notReady: return refusalText(row, times, "hardware not ready");
+      case Reason::pending: return refusalText(row, times, "hardware is still writing it");
+      case Reason::fault: return refusalText(row, times, "hardware call failed");
       case Reason::untried: return "waits for the next review";
       case Reason::portUnset: return unsetText(row);
-      case Reason::unsupported: return refusalText(row, "hardware does not support it");
-      case Reason::refused: return refusalText(row, "hardware will not take it");
+      case Reason::unsupported: return refusalText(row, times, "hardware does not support it");
+      case Reason::refused: return refusalText(row, times, "hardware will not take it");
    }
    return "";
 }

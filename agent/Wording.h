@@ -29,8 +29,12 @@ std::string addressText(Pkt::IpGenPrefix const& address);
 /// What has become of the address, or why it gives nothing, as a sentence without its full stop.
 std::string addressStateText(AddressState state);
 
+/// How the key of the row stands, in a word or two: "in hardware", "waiting", "conflict",
+/// "refused", "held back".
+char const* statusText(KeyRow const& row) noexcept;
+
 /// Why the key of the row is not in hardware, as a sentence without its full stop.
-std::string reasonText(KeyRow const& row);
+std::string reasonText(KeyRow const& row, TimeScale const& times = {});
 
 /// What an audit found, as a sentence without its full stop.
 std::string findingText(Fwd::AuditFinding const& finding);

@@ -72,6 +72,19 @@ void World::noteCall(Sim::Call const& call) {
    std::raise(SIGKILL);
 }
 
+void World::noteBacklog(Fwd::DecapKey const& key) {
+   if (machine_ && machine_->unprogrammedKeyHas(key)) {
+      waitsSince_.tryInsert(key, now());
+   } else {
+      waitsSince_.erase(key);
+   }
+}
+
+std::optional<Mdl::Seconds> World::waitsSince(Fwd::DecapKey const& key) const {
+   Mdl::Seconds const* const since = waitsSince_.find(key);
+   return since == nullptr ? std::nullopt : std::optional(*since);
+}
+
 void World::killIn(std::uint64_t calls, std::function<void()> before) {
    callsToLive_ = calls;
    beforeDeath_ = std::move(before);
@@ -101,6 +114,7 @@ void World::configure(HardwareConfiguration const& hardware) {
    hardware_->latencyIs(hardware.latency);
    hardware_->notReadyUntilIs(hardware.notReadyUntil);
    callCostIs(hardware.callCost);
+   hardware_->script().forPrefixDelAll();
    for (auto const& rule : hardware.answers) {
       hardware_->script().forPrefix(rule.destination, rule.answer, rule.times);
    }
@@ -144,6 +158,11 @@ void World::build() {
    }
    machine_ = Fwd::fwdDecapGroupSmFactory(shared_, config_, status_, ipStatus_, ip6Status_,
                                           time_.clock(), hook);
+   backlogWatcher_ = Mdl::allocate<Journal::Watcher>(
+       machine_, [this](Mdl::AttributeId attribute, void const* key) {
+          if (attribute != Fwd::FwdDecapGroupSm::unprogrammedKeyAttributeId) return;
+          noteBacklog(*static_cast<Fwd::DecapKey const*>(key));
+       });
    reviewChanged();
 }
 
@@ -165,6 +184,9 @@ void World::stop(bool keepHardware) {
       recorder_->noteCleanupDisabled(keepHardware);
       recorder_->noteDrop();
    }
+   // It holds what it watches.
+   backlogWatcher_ = nullptr;
+   waitsSince_.clear();
    machine_->disableCleanupOnRestartIs(keepHardware);
    machine_ = nullptr;
    // Whoever comes next is to be told again.
@@ -229,7 +251,13 @@ void World::applyEntry(Mdl::String const& group, Tunnel::Decap::DecapIntfKey con
    Agent::applyEntry(*machine_, group, entry);
 }
 
+void World::followIs(std::function<Mdl::Seconds()> source) {
+   time_.followIs(std::move(source));
+   callCostIs(0.0);
+}
+
 void World::turn() {
+   time_.catchUp();
    if (time_.now() > time_.clock()->time()) moveClock(time_.now());
 }
 
@@ -277,7 +305,6 @@ void World::moveClock(Mdl::Seconds time) {
    }
 }
 
-/// When the machine is to be woken next; `Mdl::never` when it does not want to be.
 Mdl::Seconds World::nextTurn() const {
    Mdl::Seconds const wakeUp = machine_ ? nextWakeUp(*machine_) : Mdl::never;
    Mdl::Seconds const clock = time_.clock()->time();

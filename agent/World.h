@@ -6,6 +6,7 @@
 #include "agent/Refusals.h"
 #include "agent/TakeOver.h"
 #include "platform/journal/Recorder.h"
+#include "platform/journal/Watcher.h"
 #include "platform/sim/SimHelper.h"
 #include "platform/sim/SimTime.h"
 
@@ -14,6 +15,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Agent {
@@ -36,13 +38,13 @@ struct Interface {
    friend bool operator==(Interface const&, Interface const&) = default;
 };
 
-/// One switch in simulated time: the entities that an agent owns, simulated hardware, and the state
-/// machine between them.
+/// One switch in simulated time, or in real time that stands still while work is done: the entities
+/// that an agent owns, simulated hardware, and the state machine between them.
 ///
 /// Owner: a command that runs something; one at a time, as time, log and traces are the process's.
 /// I1: the machine, while there is one, watches this world's entities and clock and drives its
 ///   hardware.
-/// I2: simulated time moves only here and by what hook calls cost.
+/// I2: time moves only here and by what hook calls cost.
 /// Exceptions: whatever a change makes the hook throw reaches the caller of that change; in
 ///   `advanceTo` and `settle` it is handed to the fault handler, and time goes on.
 class World {
@@ -59,6 +61,9 @@ class World {
 
    /// Adds the interfaces and groups and takes over the settings. What exists is changed.
    void configure(Configuration const& configuration);
+   void configure(HardwareConfiguration const& hardware);
+   void configure(GroupConfiguration const& group);
+   void configure(InterfaceConfiguration const& interface);
 
    /// Goes on with the hardware table that the file holds, and keeps it there. Before anything is
    /// built or configured.
@@ -67,7 +72,7 @@ class World {
    void keepHardwareIs(bool keep) noexcept { keepHardware_ = keep; }
 
    /// Has everything that the machine is told and does written down. Null for nobody; whoever
-   /// writes outlives the machine. Before anything is built.
+   /// writes outlives the machine. While there is no machine.
    void recorderIs(Journal::Recorder* recorder) noexcept { recorder_ = recorder; }
    Journal::Recorder* recorder() const noexcept { return recorder_; }
 
@@ -124,8 +129,14 @@ class World {
    // Time.
 
    Mdl::Seconds now() const noexcept { return time_.now(); }
+   /// Time follows a real clock, whose reading from 0 `source` gives: it catches up at the end of
+   /// each turn and in each hook call, and stands still in between. So what is written down has
+   /// every moment at which the machine can have looked at the time.
+   void followIs(std::function<Mdl::Seconds()> source);
    /// Ends a turn of the event loop: the clock catches up with what the work has cost.
    void turn();
+   /// When the machine is to be woken next; `Mdl::never` when it does not want to be.
+   Mdl::Seconds nextTurn() const;
    /// Moves time on, waking the machine whenever it wants to be woken on the way.
    void advanceTo(Mdl::Seconds time);
    /// Wakes the machine until it is quiet, or until `limit` simulated seconds have gone by.
@@ -151,6 +162,8 @@ class World {
    Refusals& refusals() noexcept { return refusals_; }
    Refusals const& refusals() const noexcept { return refusals_; }
    ReviewConfiguration& review() noexcept { return review_; }
+   /// Since when a key is in the backlog; none for one that is not.
+   std::optional<Mdl::Seconds> waitsSince(Fwd::DecapKey const& key) const;
    /// What the last machine that was built found in hardware.
    TakeOver const& takeOver() const noexcept { return takeOver_; }
    /// Hands the review settings to the machine.
@@ -169,12 +182,9 @@ class World {
    void faultHandlerIs(FaultHandler handler) { faultHandler_ = std::move(handler); }
 
  private:
-   void configure(HardwareConfiguration const& hardware);
-   void configure(GroupConfiguration const& group);
-   void configure(InterfaceConfiguration const& interface);
    void noteCall(Sim::Call const& call);
+   void noteBacklog(Fwd::DecapKey const& key);
    void moveClock(Mdl::Seconds time);
-   Mdl::Seconds nextTurn() const;
 
    Sim::SimTime time_;
    OperatorLog log_;
@@ -198,6 +208,9 @@ class World {
    Mdl::Ptr<Fwd::FwdCommonSmData> shared_;
    Mdl::Ptr<Sim::SimHelper> hardware_;
    Mdl::Ptr<Fwd::FwdDecapGroupSm> machine_;
+   Mdl::Collection<Fwd::DecapKey, Mdl::Seconds> waitsSince_;
+   /// Hears of the machine's backlog.
+   Mdl::Ptr<Journal::Watcher> backlogWatcher_;
 };
 
 }  // namespace Agent

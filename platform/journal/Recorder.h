@@ -94,6 +94,8 @@ class Recorder {
 
    /// Ends the journal: nothing is recorded any more.
    void close();
+   /// The same without writing the end: what there is of the journal is another process's.
+   void abandon() noexcept { sink_ = nullptr; }
    /// Why lines are missing; empty while none is.
    std::string const& failure() const noexcept { return failure_; }
 

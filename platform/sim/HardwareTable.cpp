@@ -55,6 +55,8 @@ void HardwareTable::clear() {
    for (auto& share : byType_) share.size = 0;
 }
 
+void HardwareTable::fileForget() noexcept { static_cast<void>(file_.release()); }
+
 void HardwareTable::fileIs(std::unique_ptr<StateFile> file, Mdl::Seconds now) {
    MDL_ASSERT(file && !file_ && entries_.empty());
    for (auto const& entry : file->takeEntries()) writeUnchecked(entry.key, now);

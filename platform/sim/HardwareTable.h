@@ -84,6 +84,9 @@ class HardwareTable {
    /// Fills the table, which is empty so far, with what the file holds, whatever the capacity says,
    /// and keeps every change in the file from now on. The entries are as old as this call.
    void fileIs(std::unique_ptr<StateFile> file, Mdl::Seconds now);
+   /// The table lives in memory only from now on; the file is neither written nor closed. For a
+   /// copy of the process, whose file belongs to the original.
+   void fileForget() noexcept;
    /// Null for a table that lives in memory only.
    StateFile* file() const noexcept { return file_.get(); }
 

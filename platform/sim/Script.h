@@ -48,6 +48,7 @@ class Script {
    /// The answer for a destination, for its next `times` calls or `always`.
    void forPrefix(Pkt::IpGenPrefix const& destination, Answer answer, std::uint64_t times = always);
    void forPrefixDel(Pkt::IpGenPrefix const& destination) { forPrefix_.erase(destination); }
+   void forPrefixDelAll() noexcept { forPrefix_.clear(); }
    void clear();
 
    /// The rule for this call, used up when it was one of a number.

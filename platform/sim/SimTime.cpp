@@ -10,8 +10,14 @@ SimTime::SimTime() : clock_(Mdl::allocate<Mdl::Clock>()) {
 
 SimTime::~SimTime() { Mdl::System::timeSourceIs({}); }
 
-void SimTime::pass(Mdl::Seconds duration) noexcept {
+void SimTime::pass(Mdl::Seconds duration) {
    if (duration > 0.0) now_ += duration;
+   catchUp();
+}
+
+void SimTime::catchUp() {
+   if (!source_) return;
+   if (Mdl::Seconds const there = source_(); there > now_) now_ = there;
 }
 
 void SimTime::advanceTo(Mdl::Seconds time) {

@@ -166,9 +166,13 @@ TEST(World, RemembersWhyHardwareRefusedAKeyUntilItTakesIt) {
    configuration.hardware.capacity = 0;
    world.configure(configuration);
    world.start();
-   EXPECT_EQ(world.refusals().size(), 1u);
+   Fwd::DecapKey const key = (*world.machine()->refCount().begin()).key;
+   ASSERT_NE(world.refusals().find(key), nullptr);
    world.hardware().table().capacityIs(1);
    world.settle(1.0);
+   EXPECT_EQ(world.refusals().find(key), nullptr);
+   EXPECT_GE(world.refusals().timesBefore(key), 1u);
+   world.groupDel("a");
    EXPECT_EQ(world.refusals().size(), 0u);
 }
 

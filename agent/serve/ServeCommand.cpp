@@ -1,0 +1,156 @@
+#include "agent/serve/ServeCommand.h"
+
+#include "agent/InputError.h"
+#include "agent/serve/AgentLog.h"
+#include "agent/serve/Console.h"
+#include "agent/serve/ControlServer.h"
+#include "agent/serve/Privileges.h"
+#include "agent/serve/Service.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <systemd/sd-daemon.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <optional>
+#include <sys/stat.h>
+#include <utility>
+
+namespace Agent {
+
+namespace asio = boost::asio;
+using boost::system::error_code;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr unsigned error = 3;
+constexpr unsigned notice = 5;
+
+void makeFolder(std::string const& folder) {
+   if (folder.empty()) return;
+   // Names of tunnels and networks are nobody else's business.
+   mode_t const before = umask(0027);
+   std::filesystem::create_directories(folder);
+   umask(before);
+}
+
+/// The event loop and what hangs on it.
+///
+/// I1: the machine is woken no later than it wants to be, unless a command is under way.
+class Daemon {
+ public:
+   Daemon(ServeOptions const& options, AgentLog& log)
+       : options_(options), log_(log), start_(Clock::now()),
+         service_(
+             {options.configuration, options.stateFolder, options.interfaces},
+             [this] { return secondsSince(start_); }, TimeScale(std::chrono::system_clock::now()),
+             sink()),
+         console_(service_, [this](bool keep) { end(keep); }), signals_(loop_) {
+      signals_.add(SIGTERM);
+      signals_.add(SIGINT);
+      signals_.add(SIGHUP);
+      std::signal(SIGPIPE, SIG_IGN);
+   }
+
+   ExitCode run(std::ostream& err) {
+      makeFolder(options_.stateFolder);
+      makeFolder(std::filesystem::path(options_.socket).parent_path());
+      // The socket first: whoever finds it taken must not touch hardware.
+      ControlServer const control(loop_, console_, {options_.socket, options_.socketGroup}, sink());
+      dropPrivileges(options_.user);
+      if (!service_.start(err)) return ExitCode::badInput;
+      service_.traceLevelIs(options_.traceLevel);
+      listenForSignals();
+      sd_notify(0, "READY=1");
+      log_.write(notice, "ready: commands are taken at " + options_.socket);
+      while (!ended_) turn();
+      return leave(err);
+   }
+
+ private:
+   static Mdl::Seconds secondsSince(Clock::time_point start) {
+      return std::chrono::duration<double>(Clock::now() - start).count();
+   }
+
+   LogSink sink() {
+      return [this](unsigned severity, std::string const& text) { log_.write(severity, text); };
+   }
+
+   /// One thing that happens, or the machine's wake-up.
+   void turn() {
+      Mdl::Seconds const next = service_.nextTurn();
+      if (next == Mdl::never) {
+         loop_.run_one();
+      } else {
+         loop_.run_one_until(start_ + std::chrono::duration_cast<Clock::duration>(
+                                          std::chrono::duration<double>(next)));
+      }
+      if (!ended_) service_.turn();
+   }
+
+   void listenForSignals() {
+      signals_.async_wait([this](error_code stopped, int signal) {
+         if (stopped) return;
+         if (signal == SIGHUP) {
+            readAgain();
+         } else {
+            end(false);
+         }
+         listenForSignals();
+      });
+   }
+
+   void readAgain() {
+      sd_notify(0, "RELOADING=1");
+      try {
+         service_.reload();
+      } catch (InputError const& bad) {
+         log_.write(error, std::string("nothing has changed: ") + bad.what());
+      }
+      sd_notify(0, "READY=1");
+   }
+
+   void end(bool keepHardware) {
+      ended_ = true;
+      keepHardware_ = keepHardware;
+   }
+
+   ExitCode leave(std::ostream& err) {
+      sd_notify(0, "STOPPING=1");
+      log_.write(notice, keepHardware_ ? "ending, hardware forwards on" : "ending");
+      // The reply to the command that ends the agent is still to go out.
+      loop_.run_for(std::chrono::milliseconds(100));
+      return service_.stop(keepHardware_, err) ? ExitCode::ok : ExitCode::failure;
+   }
+
+   ServeOptions const& options_;
+   AgentLog& log_;
+   Clock::time_point const start_;
+   asio::io_context loop_;
+   Service service_;
+   Console console_;
+   asio::signal_set signals_;
+   bool ended_ = false;
+   bool keepHardware_ = false;
+};
+
+}  // namespace
+
+ExitCode serve(ServeOptions const& options, std::ostream& err) {
+   AgentLog log(err, AgentLog::formHere(), options.syslog);
+   try {
+      return Daemon(options, log).run(err);
+   } catch (InputError const& bad) {
+      err << "decap-agent: " << bad.what() << '\n';
+      return ExitCode::badInput;
+   } catch (std::exception const& bad) {
+      err << "decap-agent: " << printable(bad.what()) << '\n';
+      return ExitCode::failure;
+   }
+}
+
+}  // namespace Agent

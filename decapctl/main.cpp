@@ -1,0 +1,61 @@
+#include "control/Commands.h"
+#include "decapctl/Completion.h"
+#include "decapctl/Session.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+int run(int argc, char** argv) {
+   CLI::App app("Asks a running decap-agent, and tells it what to do.", "decapctl");
+   app.allow_extras();
+   app.footer(
+       "Commands (words may be shortened):\n" + Control::helpText() +
+       "\nWithout a command, commands are read line by line. 'completion bash' prints what "
+       "a shell needs\nto complete them.\n\n"
+       "Exit code: 0 done; 1 done, and there is something to see (a difference, a finding);\n"
+       "2 refused, nothing has changed; 3 failed.");
+   Ctl::Wishes wishes;
+   double watch = 0.0;
+   app.add_option("--socket", wishes.socket,
+                  std::string("Where the agent takes commands (") + Control::defaultSocket + ")")
+       ->type_name("PATH");
+   app.add_flag("--json", wishes.json, "JSON instead of tables");
+   app.add_option("--rows", wishes.rows, "Show at most so many rows of a table (40)")
+       ->type_name("N");
+   app.add_flag("--all", wishes.all, "Show all rows");
+   CLI::Option const* const watched =
+       app.add_option("--watch", watch, "Again and again, every so many seconds")
+           ->type_name("SECONDS")
+           ->check(CLI::Range(0.1, 86400.0));
+   try {
+      app.parse(argc, argv);
+   } catch (CLI::ParseError const& error) {
+      bool const asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+      app.exit(error);
+      return asked ? 0 : static_cast<int>(Control::Status::refused);
+   }
+   if (watched->count() != 0) wishes.watch.emplace(watch);
+   std::vector<std::string> words = app.remaining();
+   if (Ctl::isCompletion(words)) return Ctl::completion(words, std::cout);
+   Ctl::Session session(wishes, std::cout, std::cerr);
+   return static_cast<int>(words.empty() ? session.converse() : session.run(words));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+   try {
+      return run(argc, argv);
+   } catch (Control::CommandError const& error) {
+      std::cerr << "decapctl: " << error.what() << '\n';
+      return static_cast<int>(Control::Status::refused);
+   } catch (std::exception const& error) {
+      std::cerr << "decapctl: " << error.what() << '\n';
+      return static_cast<int>(Control::Status::failed);
+   }
+}
