@@ -2,6 +2,7 @@
 
 #include "agent/ReplayCommand.h"
 #include "agent/RunCommand.h"
+#include "agent/Version.h"
 #include "agent/serve/ServeCommand.h"
 #include "control/Protocol.h"
 
@@ -134,6 +135,9 @@ void declareServe(CLI::App& serve, ServeArguments& arguments) {
                    "Whose interfaces are decapsulated: the system's, the file's, or both")
        ->type_name("live|file|both")
        ->check(CLI::IsMember({"live", "file", "both"}));
+   serve.add_option("--metrics", options.metrics,
+                    "Give out metrics over HTTP; a port alone is one of this host only")
+       ->type_name("[HOST:]PORT");
    serve.add_option("--user", options.user, "Become this user once everything is open")
        ->type_name("NAME");
    serve.add_flag("--syslog", options.syslog, "Messages go to the system's log as well");
@@ -159,6 +163,7 @@ int commandLine(int argc, char const* const* argv, std::ostream& out, std::ostre
    CLI::App app("Programs decapsulation entries for decap groups, on simulated hardware.",
                 "decap-agent");
    app.require_subcommand(1);
+   app.set_version_flag("--version", std::string("decap-agent ") + version());
    RunArguments arguments;
    CLI::App& runApp = *app.add_subcommand("run", "Run a configuration or a scenario until quiet");
    declareRun(runApp, arguments);

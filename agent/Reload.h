@@ -56,6 +56,8 @@ class Reload {
    void reviewIs(ReviewConfiguration const& review);
 
    Changes& changes() noexcept { return changes_; }
+   /// Single changes made so far.
+   std::size_t made() const noexcept { return made_; }
 
  private:
    template <class Change>

@@ -25,4 +25,9 @@ std::string TimeScale::text(Mdl::Seconds time) const {
    return text.data();
 }
 
+double TimeScale::unixSeconds(Mdl::Seconds time) const noexcept {
+   if (!zero_) return time;
+   return std::chrono::duration<double>(zero_->time_since_epoch()).count() + time;
+}
+
 }  // namespace Agent

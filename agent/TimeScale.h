@@ -20,6 +20,8 @@ class TimeScale {
    bool hasWallTime() const noexcept { return zero_.has_value(); }
    /// "12.345 s", or in UTC "2026-01-31 19:02:11.345Z" (RFC 3339).
    std::string text(Mdl::Seconds time) const;
+   /// Seconds since 1970; `time` itself where the wall's time is not known.
+   double unixSeconds(Mdl::Seconds time) const noexcept;
 
  private:
    std::optional<WallTime> zero_;

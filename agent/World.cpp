@@ -85,6 +85,11 @@ std::optional<Mdl::Seconds> World::waitsSince(Fwd::DecapKey const& key) const {
    return since == nullptr ? std::nullopt : std::optional(*since);
 }
 
+std::optional<Mdl::Seconds> World::waitingLongest() const {
+   for (auto const& entry : waitsSince_) return entry.value;
+   return std::nullopt;
+}
+
 void World::killIn(std::uint64_t calls, std::function<void()> before) {
    callsToLive_ = calls;
    beforeDeath_ = std::move(before);
@@ -151,15 +156,17 @@ void World::build() {
    // its own, and nobody would end it.
    status_ = Mdl::allocate<Tunnel::Decap::Hardware::Status>();
    Mdl::Ptr<Fwd::FwdDecapGroupSmHelper> hook = hardware_;
+   if (hookLayer_) hook = hookLayer_(hook);
    if (recorder_ != nullptr) {
       recorder_->noteBuild(
           {config_, status_, ipStatus_, ip6Status_, shared_->verifyData(), time_.clock()});
-      hook = recorder_->hook(hardware_);
+      hook = recorder_->hook(hook);
    }
    machine_ = Fwd::fwdDecapGroupSmFactory(shared_, config_, status_, ipStatus_, ip6Status_,
                                           time_.clock(), hook);
    backlogWatcher_ = Mdl::allocate<Journal::Watcher>(
        machine_, [this](Mdl::AttributeId attribute, void const* key) {
+          ++notifications_;
           if (attribute != Fwd::FwdDecapGroupSm::unprogrammedKeyAttributeId) return;
           noteBacklog(*static_cast<Fwd::DecapKey const*>(key));
        });
@@ -297,6 +304,7 @@ void World::reviewChanged() {
 }
 
 void World::moveClock(Mdl::Seconds time) {
+   if (machine_ && nextWakeUp(*machine_) <= time) ++reviews_;
    try {
       time_.advanceTo(time);
    } catch (Mdl::Exception const& fault) {

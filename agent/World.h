@@ -76,6 +76,12 @@ class World {
    void recorderIs(Journal::Recorder* recorder) noexcept { recorder_ = recorder; }
    Journal::Recorder* recorder() const noexcept { return recorder_; }
 
+   /// Puts something between every machine and its platform: gets the platform, gives what the
+   /// machine is to call. While there is no machine.
+   using HookLayer = std::function<Mdl::Ptr<Fwd::FwdDecapGroupSmHelper>(
+       Mdl::Ptr<Fwd::FwdDecapGroupSmHelper> const& platform)>;
+   void hookLayerIs(HookLayer layer) { hookLayer_ = std::move(layer); }
+
    // The machine's life.
 
    /// Builds the machine without telling it to begin. What hardware holds is held over: what the
@@ -164,6 +170,11 @@ class World {
    ReviewConfiguration& review() noexcept { return review_; }
    /// Since when a key is in the backlog; none for one that is not.
    std::optional<Mdl::Seconds> waitsSince(Fwd::DecapKey const& key) const;
+   /// Since when the key waits that waits longest; none when the backlog is empty.
+   std::optional<Mdl::Seconds> waitingLongest() const;
+   /// Changes that machines have told of, and reviews that they were woken for, so far.
+   std::uint64_t notifications() const noexcept { return notifications_; }
+   std::uint64_t reviews() const noexcept { return reviews_; }
    /// What the last machine that was built found in hardware.
    TakeOver const& takeOver() const noexcept { return takeOver_; }
    /// Hands the review settings to the machine.
@@ -196,6 +207,9 @@ class World {
    std::function<void()> beforeDeath_;
    ReviewConfiguration review_;
    Journal::Recorder* recorder_ = nullptr;
+   HookLayer hookLayer_;
+   std::uint64_t notifications_ = 0;
+   std::uint64_t reviews_ = 0;
    CallObserver callObserver_;
    OperatorLog::Observer logObserver_;
    FaultHandler faultHandler_;

@@ -94,7 +94,14 @@ Console::Outcome Console::diff(Call const& call) {
 }
 
 Console::Outcome Console::load(Call const& call) {
-   return applied(call, service_.apply(configurationOf(call)));
+   Configuration configuration;
+   try {
+      configuration = configurationOf(call);
+   } catch (InputError const&) {
+      service_.noteRefusedConfiguration();
+      throw;
+   }
+   return applied(call, service_.apply(configuration));
 }
 
 Console::Outcome Console::reload(Call const& call) { return applied(call, service_.reload()); }

@@ -214,11 +214,15 @@ Console::Outcome Console::explain(Call const& call) {
 }
 
 Console::Outcome Console::verify(Call const& call) {
-   return findings(call.request, "Verification", verifyBooks(service_.world()));
+   auto const found = verifyBooks(service_.world());
+   service_.noteCheck(found.empty());
+   return findings(call.request, "Verification", found);
 }
 
 Console::Outcome Console::audit(Call const& call) {
-   return findings(call.request, "Audit", auditBooks(service_.world()));
+   auto const found = auditBooks(service_.world());
+   service_.noteCheck(found.empty());
+   return findings(call.request, "Audit", found);
 }
 
 Console::Outcome Console::help(Call const& call) {

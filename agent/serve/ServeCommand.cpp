@@ -4,6 +4,8 @@
 #include "agent/serve/AgentLog.h"
 #include "agent/serve/Console.h"
 #include "agent/serve/ControlServer.h"
+#include "agent/serve/Metrics.h"
+#include "agent/serve/MetricsServer.h"
 #include "agent/serve/Privileges.h"
 #include "agent/serve/Service.h"
 
@@ -61,6 +63,11 @@ class Daemon {
       makeFolder(std::filesystem::path(options_.socket).parent_path());
       // The socket first: whoever finds it taken must not touch hardware.
       ControlServer const control(loop_, console_, {options_.socket, options_.socketGroup}, sink());
+      std::optional<MetricsServer> metrics;
+      if (!options_.metrics.empty()) {
+         metrics.emplace(loop_, metricsAddressFrom(options_.metrics),
+                         [&] { return metricsText(service_, control.clients()); }, sink());
+      }
       dropPrivileges(options_.user);
       if (!service_.start(err)) return ExitCode::badInput;
       service_.traceLevelIs(options_.traceLevel);

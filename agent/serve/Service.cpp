@@ -51,6 +51,7 @@ Service::Service(ServiceOptions options, std::function<Mdl::Seconds()> clock, Ti
       trace_(Mdl::TraceHandle::find("FwdDecapGroup")),
       state_(hardwareFileIn(options_.stateFolder), false), interfaces_(options_.interfaces) {
    world_.followIs(std::move(clock));
+   world_.hookLayerIs([this](auto const& platform) { return meter_.metered(platform); });
    world_.faultHandlerIs([this](std::exception const& fault) { noteFault(fault); });
    world_.logObserverIs([this](Mdl::LogHandle const& message) {
       log_(message.severity(), std::string(message.name()) + ": " + message.format());
@@ -73,6 +74,7 @@ bool Service::start(std::ostream& err) {
    if (!state_.open(world_, err)) return false;
    Reload reload = reloading();
    take(configuration, reload);
+   inputChanges_ += reload.made();
    rebuild(false);
    return true;
 }
@@ -80,23 +82,36 @@ bool Service::start(std::ostream& err) {
 void Service::liveIs(InterfaceConfiguration const& interface) {
    Reload reload = reloading();
    interfaces_.liveIs(interface, reload);
+   inputChanges_ += reload.made();
 }
 
 void Service::liveDel(Pkt::IntfId const& name) {
    Reload reload = reloading();
    interfaces_.liveDel(name, reload);
+   inputChanges_ += reload.made();
 }
 
 Changes Service::apply(Configuration const& configuration) {
    world_.turn();
    Reload reload = reloading();
    take(configuration, reload);
+   inputChanges_ += reload.made();
+   ++reloads_.applied;
    world_.turn();
    log_(notice, "configuration applied: " + changesText(reload.changes()));
    return reload.changes();
 }
 
-Changes Service::reload() { return apply(configurationFromFile(options_.configuration)); }
+Changes Service::reload() {
+   Configuration configuration;
+   try {
+      configuration = configurationFromFile(options_.configuration);
+   } catch (InputError const&) {
+      noteRefusedConfiguration();
+      throw;
+   }
+   return apply(configuration);
+}
 
 void Service::restart(bool keepHardware) {
    log_(notice,

@@ -6,6 +6,7 @@
 #include "agent/Reload.h"
 #include "agent/TimeScale.h"
 #include "agent/World.h"
+#include "agent/serve/HookMeter.h"
 #include "agent/serve/InterfaceSources.h"
 
 #include <cstdint>
@@ -84,6 +85,28 @@ class Service {
    InterfaceSources const& interfaces() const noexcept { return interfaces_; }
    Mdl::Seconds configuredAt() const noexcept { return configuredAt_; }
    std::uint64_t faults() const noexcept { return faults_; }
+   HookMeter const& meter() const noexcept { return meter_; }
+
+   /// What was asked of the books, and how often they were wrong.
+   struct Checks {
+      std::uint64_t asked = 0;
+      std::uint64_t failed = 0;
+   };
+   Checks const& checks() const noexcept { return checks_; }
+   void noteCheck(bool good) noexcept {
+      ++checks_.asked;
+      if (!good) ++checks_.failed;
+   }
+   /// Configurations that came while the agent ran.
+   struct Reloads {
+      std::uint64_t applied = 0;
+      std::uint64_t refused = 0;
+   };
+   Reloads const& reloads() const noexcept { return reloads_; }
+   void noteRefusedConfiguration() noexcept { ++reloads_.refused; }
+   /// Single changes of configuration and interfaces that the machine was shown.
+   std::uint64_t inputChanges() const noexcept { return inputChanges_; }
+
    void log(unsigned severity, std::string const& text) const { log_(severity, text); }
 
    /// In a copy of the process: goes on with what is in memory and touches no file any more.
@@ -99,6 +122,7 @@ class Service {
    TimeScale const times_;
    LogSink const log_;
    Mdl::TraceHandle* const trace_;
+   HookMeter meter_;
    // Before the world, which writes to it until its end.
    std::unique_ptr<JournalFile> journal_;
    std::string journalName_;
@@ -108,6 +132,9 @@ class Service {
    HardwareConfiguration hardware_;
    Mdl::Seconds configuredAt_ = 0.0;
    std::uint64_t faults_ = 0;
+   std::uint64_t inputChanges_ = 0;
+   Checks checks_;
+   Reloads reloads_;
 };
 
 /// "2 groups added, 1 changed, 3 prefixes added", or "nothing".
