@@ -69,7 +69,8 @@ class Interfaces {
    int fd() const noexcept { return epoll_.number(); }
    void read();
 
-   /// Whether an interface of the name is there and administratively up, by the latest message.
+   /// Whether an interface of the name is there and administratively up, by what was read so far:
+   /// while a list is under way, by its beginning.
    bool isUp(Pkt::IntfId const& name) const { return table_.isUp(name); }
 
    /// What has happened, for those who wonder why interfaces are late.
