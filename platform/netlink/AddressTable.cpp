@@ -113,7 +113,9 @@ void AddressTable::change(Ip4Fact const& fact) {
    Ip4Key const key{fact.address, fact.peer};
    if (fact.gone) {
       auto const row = rows_.find(fact.index);
-      if (row != rows_.end() && row->second.ip4.erase(key) != 0) changed_.insert(fact.index);
+      if (row == rows_.end() || row->second.ip4.erase(key) == 0) return;
+      changed_.insert(fact.index);
+      ++moves_;
       return;
    }
    constexpr std::uint8_t narrowest = std::numeric_limits<std::uint8_t>::max();
@@ -122,6 +124,7 @@ void AddressTable::change(Ip4Fact const& fact) {
    auto& place = entry->second;
    // One that is told again stays where it is. One that is promoted goes behind its new peers.
    if (!isNew && place.secondary == fact.secondary && place.wideness == wideness) return;
+   if (!isNew) ++moves_;
    place = {fact.secondary, wideness, ++arrivals_};
    changed_.insert(fact.index);
 }

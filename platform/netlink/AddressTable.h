@@ -70,6 +70,9 @@ class AddressTable {
 
    /// Whether an interface of the name is there and administratively up.
    bool isUp(Pkt::IntfId const& name) const;
+   /// How often a message took an IPv4 address from its place: it went, or was promoted. Where the
+   /// message is older than what it is applied to, the order may come out wrong.
+   std::uint64_t moves() const noexcept { return moves_; }
    /// How many messages were malformed.
    std::uint64_t malformed() const noexcept { return malformed_; }
 
@@ -128,6 +131,7 @@ class AddressTable {
    std::set<LinkIndex> changed_;
    std::set<Pkt::IntfId> released_;
    std::uint64_t arrivals_ = 0;
+   std::uint64_t moves_ = 0;
    std::uint64_t malformed_ = 0;
 };
 

@@ -21,6 +21,9 @@ constexpr unsigned mostToCatchUp = 1U << 14;
 /// A kernel that has failed so often in a row will not do better.
 constexpr unsigned mostFailures = 5;
 
+/// On a host that does not come to rest one order is as good as the other.
+constexpr unsigned mostUnsettled = 4;
+
 constexpr std::uint32_t groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
 
 Descriptor makeEpoll() {
@@ -64,6 +67,7 @@ void Interfaces::watch(Socket const& socket) {
 void Interfaces::start() {
    phase_ = Phase::idle;
    failures_ = 0;
+   unsettled_ = 0;
    beginList();
 }
 
@@ -128,22 +132,30 @@ bool Interfaces::takeList() {
       case Dump::Answer::failed: listFailed(dump_.failure()); break;
       case Dump::Answer::complete:
          catchUpLeft_ = mostToCatchUp;
+         movesBefore_ = table_.moves();
          phase_ = Phase::catchingUp;
          break;
    }
    return true;
 }
 
-/// Tells when there are no more announcements, or have been so many. When this `read` has handled
+/// Ends when there are no more announcements, or have been so many. When this `read` has handled
 /// its share it still looks whether more wait: if not, nothing would bring about the next one.
 bool Interfaces::catchUp() {
    if (announcementsLeft_ == 0 && announcements_.isReadable()) return false;
    if (catchUpLeft_ != 0 && takeAnnouncement()) {
       --catchUpLeft_;
    } else {
-      phase_ = Phase::caughtUp;
+      caughtUp();
    }
    return true;
+}
+
+void Interfaces::caughtUp() {
+   phase_ = Phase::caughtUp;
+   if (table_.moves() == movesBefore_ || ++unsettled_ == mostUnsettled) return;
+   ++counts_.unsettledLists;
+   beginList();
 }
 
 /// False when there was none.
@@ -169,6 +181,7 @@ void Interfaces::tell() {
    table_.tell(observer_);
    phase_ = Phase::following;
    failures_ = 0;
+   unsettled_ = 0;
    ++counts_.synchronisations;
    observer_.synchronised();
 }

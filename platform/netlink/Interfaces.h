@@ -37,6 +37,11 @@ class InterfaceObserver;
 /// another word, until somebody has emptied it; and one over which a list has failed may still have
 /// answers in it. What was announced before the list was asked for is in the list.
 ///
+/// One thing an announcement that is older than the list can spoil is the order of IPv4 addresses,
+/// and with it which of them is primary: an address that went and came back before others came is
+/// taken out and put behind them. When announcements move addresses in a new list it is made once
+/// more, a few times at most.
+///
 /// The descriptor to wait for stands for both sockets.
 ///
 /// Owner: the agent, with the observer, which outlives it.
@@ -58,7 +63,7 @@ class Interfaces {
    static constexpr unsigned announcementsAtOnce = 256;
    static constexpr unsigned listsAtOnce = 8;
 
-   /// Subscribes to changes of the network namespace that the calling thread is in.
+   /// Subscribes to changes of the network namespace that the calling thread is in, and stays in.
    explicit Interfaces(InterfaceObserver& observer, std::size_t receiveBytes = defaultReceiveBytes);
    Interfaces(Interfaces const&) = delete;
    Interfaces& operator=(Interfaces const&) = delete;
@@ -79,6 +84,7 @@ class Interfaces {
       std::uint64_t losses = 0;            ///< how often announcements were lost
       std::uint64_t interruptions = 0;     ///< parts of a list that changed meanwhile
       std::uint64_t failedLists = 0;       ///< lists that were begun anew after an error
+      std::uint64_t unsettledLists = 0;    ///< lists that were begun anew for the sake of the order
       std::uint64_t malformed = 0;         ///< messages that could not be understood
       std::uint64_t foreign = 0;           ///< datagrams of other processes
    };
@@ -100,6 +106,7 @@ class Interfaces {
    bool step();
    bool takeList();
    bool catchUp();
+   void caughtUp();
    bool takeAnnouncement();
    void tell();
 
@@ -120,6 +127,9 @@ class Interfaces {
    unsigned catchUpLeft_ = 0;
    /// In a row.
    unsigned failures_ = 0;
+   unsigned unsettled_ = 0;
+   /// The table's, when the list was complete.
+   std::uint64_t movesBefore_ = 0;
    Counts counts_;
 };
 

@@ -220,6 +220,16 @@ TEST_F(AddressTable, WithoutAnUnflaggedAddressThereIsNoPrimaryOne) {
              Lines{"eth0 2nd 10.0.0.2/24"});
 }
 
+TEST_F(AddressTable, CountsWhatTakesAnAddressFromItsPlace) {
+   apply(link({.index = 2, .name = "eth0"}), ip4(2, "10.0.0.1/24"),
+         ip4(2, "10.0.0.2/24", IFA_F_SECONDARY), ip4(2, "10.0.0.1/24"));
+   EXPECT_EQ(table.moves(), 0u);
+   apply(ip4Gone(2, "10.0.0.1/24"), ip4Gone(2, "10.0.0.1/24"));
+   EXPECT_EQ(table.moves(), 1u);
+   apply(ip4(2, "10.0.0.2/24"), ip4(2, "10.0.0.2/24"));
+   EXPECT_EQ(table.moves(), 2u);
+}
+
 TEST_F(AddressTable, APointToPointLinksOwnAddressIsTold) {
    EXPECT_EQ(after(link({.index = 2, .name = "ppp0"}), ip4(2, "10.0.0.1/32", 0, "10.9.9.9")),
              Lines{"ppp0 10.0.0.1/32"});

@@ -197,6 +197,34 @@ TEST(Interfaces, FollowingAndLookingAgainAgree) {
    });
 }
 
+/// What is announced between the request and the list is in the list already.
+TEST(Interfaces, ChangesAmidAListDoNotSpoilTheOrder) {
+   OtherNetwork::run([] {
+      makeInterface("port0");
+      ASSERT_TRUE(OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "1"));
+      ASSERT_TRUE(OtherNetwork::ip("address add 10.0.0.1/24 dev port0"));
+      Host host;
+      host.interfaces.start();
+      ASSERT_TRUE(
+          ipBatch("address add 10.0.0.2/24 dev port0\n"
+                  "address del 10.0.0.1/24 dev port0\n"
+                  "address add 10.9.0.1/24 dev port0\n"));
+      ASSERT_TRUE(host.until([&] { return host.listener.synchronisations() == 1; }));
+      EXPECT_EQ(host.listener.heard(),
+                (Lines{"lo", "port0 10.0.0.2/24 2nd 10.9.0.1/24", "synchronised"}));
+      EXPECT_EQ(host.interfaces.counts().unsettledLists, 1u);
+
+      host.interfaces.start();
+      ASSERT_TRUE(
+          ipBatch("address del 10.9.0.1/24 dev port0\n"
+                  "address add 10.9.0.1/24 dev port0\n"
+                  "address add 10.8.0.1/24 dev port0\n"));
+      ASSERT_TRUE(host.until([&] { return host.listener.synchronisations() == 2; }));
+      EXPECT_EQ(host.is("port0"), "port0 10.0.0.2/24 2nd 10.9.0.1/24 2nd 10.8.0.1/24");
+      EXPECT_EQ(host.interfaces.counts().unsettledLists, 2u);
+   });
+}
+
 TEST(Interfaces, ATentativeAddressWaits) {
    OtherNetwork::run([] {
       // Without its own port up no address of it is ever settled.

@@ -62,7 +62,7 @@ TEST(NetlinkMessage, OfALinkNeedsANameAndANumber) {
 
 TEST(NetlinkMessage, IsMalformedWithAnAttributeOfTheWrongLength) {
    EXPECT_FALSE(read(with(RTM_NEWLINK, IFLA_IFNAME, 0, someLink())));
-   for (std::size_t const size : {0, 3, 5, 8, 17}) {
+   for (std::size_t const size : {0U, 3U, 5U, 8U, 17U}) {
       EXPECT_FALSE(read(with(RTM_NEWADDR, IFA_LOCAL, size, someAddress(AF_INET, 24)))) << size;
       EXPECT_FALSE(read(with(RTM_DELADDR, IFA_ADDRESS, size, someAddress(AF_INET6, 64)))) << size;
    }
