@@ -469,13 +469,32 @@ TEST(Interfaces, WhatOtherProcessesSendIsNotRead) {
    });
 }
 
+/// While this object lives the system gives no descriptor.
+class NoDescriptors {
+ public:
+   NoDescriptors() {
+      // A sanitizer needs descriptors when it meets an object of a type for the first time.
+      NetlinkError const met(NetlinkError::Kind::system, "met", EMFILE);
+      EXPECT_EQ(met.kind(), NetlinkError::Kind::system);
+      EXPECT_EQ(met.code(), EMFILE);
+      EXPECT_STREQ(met.what(), "netlink: met: Too many open files");
+      ::getrlimit(RLIMIT_NOFILE, &before_);
+      rlimit none = before_;
+      none.rlim_cur = 0;
+      EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+   }
+   NoDescriptors(NoDescriptors const&) = delete;
+   NoDescriptors& operator=(NoDescriptors const&) = delete;
+   ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+ private:
+   rlimit before_{};
+};
+
 TEST(Interfaces, AProcessWithoutDescriptorsGetsAClearWord) {
    OtherNetwork::run([] {
-      rlimit none{};
-      ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &none), 0);
-      none.rlim_cur = 0;
-      ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
       Listener listener;
+      NoDescriptors const none;
       try {
          Interfaces const interfaces(listener);
          ADD_FAILURE() << "no descriptor, and no word about it";
@@ -495,17 +514,15 @@ TEST(Interfaces, AfterAnErrorNothingIsToldUntilItIsStartedAgain) {
       ASSERT_TRUE(host.synchronise());
       host.listener.heard();
       std::string commands;
-      for (std::size_t n = 0; n < 100; ++n)
+      for (std::size_t n = 0; n < 100; ++n) {
          commands += "address add " + numbered(n) + " dev port0\n";
+      }
       ASSERT_TRUE(ipBatch(commands));
-      // The loss calls for new sockets, and there are none.
-      rlimit limit{};
-      ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-      rlimit none = limit;
-      none.rlim_cur = 0;
-      ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-      EXPECT_THROW(host.interfaces.read(), NetlinkError);
-      ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+      {
+         // The loss calls for new sockets, and there are none.
+         NoDescriptors const none;
+         EXPECT_THROW(host.interfaces.read(), NetlinkError);
+      }
       host.interfaces.read();
       EXPECT_EQ(host.listener.heard(), Lines());
       ASSERT_TRUE(host.synchronise());
