@@ -69,6 +69,7 @@ class MDL_EXPORT Entity : public PtrInterface {
       // The old value may be what keeps this entity alive, and the caller's key may live in
       // something that a reactor removes.
       Ptr<Entity> const self(this);
+      // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
       typename C::Key const pinned = key.key();
       typename C::Hashed const pinnedHashed(pinned, key.hash());
       if (collection.insertOrAssign(pinnedHashed, std::move(value)) != Change::none) {

@@ -121,7 +121,8 @@ class MDL_EXPORT HashIndex {
       unsigned depth;
       TagGroup* tags() noexcept { return reinterpret_cast<TagGroup*>(this) - groupCount; }
       std::uint32_t* positions() noexcept {
-         return reinterpret_cast<std::uint32_t*>(tags()) - groupCount * positionsPerGroup;
+         return reinterpret_cast<std::uint32_t*>(tags()) -
+                std::size_t{groupCount} * positionsPerGroup;
       }
       bool full() const noexcept { return count >= groupCount * fillPerGroup; }
       bool sparse() const noexcept { return count * 4 < groupCount * fillPerGroup; }

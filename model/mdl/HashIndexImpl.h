@@ -12,7 +12,7 @@ inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches)
    // Nearly every search ends in its first group, with the first slot of that tag or without one.
    Place const& place = directory_[placeOf(hash)];
    std::uint32_t const group = hash & place.groupMask;
-   std::uint32_t const* const positions = place.positions + group * positionsPerGroup;
+   std::uint32_t const* const positions = place.positions + std::size_t{group} * positionsPerGroup;
    __builtin_prefetch(positions);
    TagGroup const& tags = place.tags[group];
    Chosen const some = tags.matching(tagOf(hash));
@@ -30,13 +30,13 @@ inline void HashIndex::prefetch(std::uint32_t hash) const noexcept {
    Place const& place = directory_[placeOf(hash)];
    std::uint32_t const group = hash & place.groupMask;
    Mdl::prefetch(place.tags + group);
-   Mdl::prefetch(place.positions + group * positionsPerGroup);
+   Mdl::prefetch(place.positions + std::size_t{group} * positionsPerGroup);
 }
 
 inline std::uint32_t HashIndex::candidate(std::uint32_t hash) const noexcept {
    Place const& place = directory_[placeOf(hash)];
    std::uint32_t const group = hash & place.groupMask;
-   std::uint32_t const* const positions = place.positions + group * positionsPerGroup;
+   std::uint32_t const* const positions = place.positions + std::size_t{group} * positionsPerGroup;
    Mdl::prefetch(positions);
    Chosen const some = place.tags[group].matching(tagOf(hash));
    return some.any() ? positions[some.first()] : npos;
