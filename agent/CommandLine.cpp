@@ -135,8 +135,9 @@ void declareServe(CLI::App& serve, ServeArguments& arguments) {
                    "Whose interfaces are decapsulated: the system's, the file's, or both")
        ->type_name("live|file|both")
        ->check(CLI::IsMember({"live", "file", "both"}));
-   serve.add_option("--metrics", options.metrics,
-                    "Give out metrics over HTTP; a port alone is one of this host only")
+   serve
+       .add_option("--metrics", options.metrics,
+                   "Give out metrics over HTTP; a port alone is one of this host only")
        ->type_name("[HOST:]PORT");
    serve.add_option("--user", options.user, "Become this user once everything is open")
        ->type_name("NAME");

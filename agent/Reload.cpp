@@ -132,19 +132,32 @@ void Reload::interfaceIs(InterfaceConfiguration const& wanted) {
    Interface const* const known = world_.interfaces().find(wanted.name);
    if (known == nullptr) {
       ++changes_.interfacesAdded;
-      attempt([&] { world_.configure(wanted); });
+      appear(wanted);
       return;
    }
    Interface const interface = *known;
    if (interface.vrf() != wanted.vrf) {
       ++changes_.interfacesChanged;
       attempt([&] { world_.interfaceDel(wanted.name); });
-      attempt([&] { world_.configure(wanted); });
+      appear(wanted);
       return;
    }
    std::size_t const before = made_;
    bring(interface, wanted);
    if (made_ != before) ++changes_.interfacesChanged;
+}
+
+/// A machine that runs looks at the primary address alone when an interface appears, and hears of
+/// the others only as they come: so the interface appears without any.
+void Reload::appear(InterfaceConfiguration const& wanted) {
+   InterfaceConfiguration bare;
+   bare.name = wanted.name;
+   bare.vrf = wanted.vrf;
+   attempt([&] { world_.configure(bare); });
+   if (Interface const* const made = world_.interfaces().find(wanted.name)) {
+      Interface const interface = *made;
+      bring(interface, wanted);
+   }
 }
 
 void Reload::bring(Interface const& interface, InterfaceConfiguration const& wanted) {

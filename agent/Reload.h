@@ -67,6 +67,7 @@ class Reload {
    void exclude(Tunnel::Decap::DecapGroup& group, GroupConfiguration const& wanted);
    void recast(Tunnel::Decap::DecapGroup& group, GroupConfiguration const& wanted);
    void fill(Tunnel::Decap::DecapGroup& group, GroupConfiguration const& wanted);
+   void appear(InterfaceConfiguration const& wanted);
    void bring(Interface const& interface, InterfaceConfiguration const& wanted);
 
    World& world_;

@@ -140,7 +140,8 @@ void addHardware(Families& families, World const& world) {
    families.gauge("decap_hardware_used_entries", "Entries in hardware, called for or not")
        .count(table.size());
    families
-       .gauge("decap_hardware_high_water_entries", "The most entries that hardware ever had at once")
+       .gauge("decap_hardware_high_water_entries",
+              "The most entries that hardware ever had at once")
        .count(table.highWater());
    families.gauge("decap_hardware_resource_full", "1 while the alarm stands that hardware is full")
        .value(world.status().hwResourceFull() ? 1.0 : 0.0);
@@ -166,8 +167,7 @@ void addService(Families& families, Service const& service, std::size_t clients)
    families.gauge("decap_interfaces", "Interfaces that the machine is shown")
        .count(world.interfaces().size());
    families
-       .counter("decap_notifications_total",
-                "Changes of its books that the machine has told of")
+       .counter("decap_notifications_total", "Changes of its books that the machine has told of")
        .count(world.notifications());
    families.counter("decap_input_changes_total", "Changes of configuration and interfaces")
        .count(service.inputChanges());

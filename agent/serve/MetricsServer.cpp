@@ -45,8 +45,7 @@ MetricsAddress metricsAddressFrom(std::string const& text) {
          address.host = address.host.substr(1, address.host.size() - 2);
       }
    }
-   auto const [end, error] =
-       std::from_chars(port.data(), port.data() + port.size(), address.port);
+   auto const [end, error] = std::from_chars(port.data(), port.data() + port.size(), address.port);
    error_code bad;
    asio::ip::make_address(address.host, bad);
    if (error != std::errc() || end != port.data() + port.size() || bad) {
@@ -118,11 +117,10 @@ class MetricsServer::Impl : public std::enable_shared_from_this<Impl> {
          response.prepare_payload();
          if (request.method() == http::verb::head) response.body().clear();
          stream.expires_after(patience);
-         http::async_write(stream, response,
-                           [self = shared_from_this()](error_code, std::size_t) {
-                              error_code ignored;
-                              self->stream.socket().shutdown(Tcp::socket::shutdown_send, ignored);
-                           });
+         http::async_write(stream, response, [self = shared_from_this()](error_code, std::size_t) {
+            error_code ignored;
+            self->stream.socket().shutdown(Tcp::socket::shutdown_send, ignored);
+         });
       }
 
       std::shared_ptr<Impl> const owner;

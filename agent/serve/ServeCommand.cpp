@@ -4,6 +4,7 @@
 #include "agent/serve/AgentLog.h"
 #include "agent/serve/Console.h"
 #include "agent/serve/ControlServer.h"
+#include "agent/serve/LiveInterfaces.h"
 #include "agent/serve/Metrics.h"
 #include "agent/serve/MetricsServer.h"
 #include "agent/serve/Privileges.h"
@@ -31,6 +32,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr unsigned error = 3;
 constexpr unsigned notice = 5;
+/// For the system to list its interfaces, before the machine begins without them.
+constexpr std::chrono::seconds patience{5};
 
 void makeFolder(std::string const& folder) {
    if (folder.empty()) return;
@@ -65,12 +68,17 @@ class Daemon {
       ControlServer const control(loop_, console_, {options_.socket, options_.socketGroup}, sink());
       std::optional<MetricsServer> metrics;
       if (!options_.metrics.empty()) {
-         metrics.emplace(loop_, metricsAddressFrom(options_.metrics),
-                         [&] { return metricsText(service_, control.clients()); }, sink());
+         metrics.emplace(
+             loop_, metricsAddressFrom(options_.metrics),
+             [&] { return metricsText(service_, control.clients()); }, sink());
       }
+      std::optional<LiveInterfaces> live;
+      if (options_.interfaces != InterfaceMode::file) live.emplace(loop_, service_);
       dropPrivileges(options_.user);
+      if (live) live->fetch(patience);
       if (!service_.start(err)) return ExitCode::badInput;
       service_.traceLevelIs(options_.traceLevel);
+      if (live) live->follow();
       listenForSignals();
       sd_notify(0, "READY=1");
       log_.write(notice, "ready: commands are taken at " + options_.socket);

@@ -17,7 +17,7 @@ struct ServeOptions {
    std::string stateFolder;  ///< where the hardware table is kept; or empty
    InterfaceMode interfaces = InterfaceMode::file;
    std::string metrics;  ///< where metrics are given out ("9090", "[::1]:9090"); or empty
-   std::string user;  ///< whom the agent becomes once everything is open; or empty
+   std::string user;     ///< whom the agent becomes once everything is open; or empty
    bool syslog = false;
    std::optional<unsigned> traceLevel;
 };

@@ -80,12 +80,14 @@ bool Service::start(std::ostream& err) {
 }
 
 void Service::liveIs(InterfaceConfiguration const& interface) {
+   world_.turn();
    Reload reload = reloading();
    interfaces_.liveIs(interface, reload);
    inputChanges_ += reload.made();
 }
 
 void Service::liveDel(Pkt::IntfId const& name) {
+   world_.turn();
    Reload reload = reloading();
    interfaces_.liveDel(name, reload);
    inputChanges_ += reload.made();
