@@ -2,14 +2,13 @@
 
 #include "platform/journal/Recorder.h"
 
-#include <fstream>
 #include <optional>
 #include <ostream>
 #include <string>
 
 namespace Agent {
 
-/// The file that a run's journal goes to.
+/// The file that a journal goes to.
 ///
 /// Owner: a command that runs a world; outlives the world.
 /// I1: a line is with the system before the machine goes on: whatever ends the process, the file
@@ -19,8 +18,12 @@ class JournalFile {
    /// Without a name nothing is recorded. What the file held before is gone. Throws InputError when
    /// it cannot be opened.
    explicit JournalFile(std::string file);
+   /// A file that somebody else opened for writing; what it held before is gone. The descriptor
+   /// stays the caller's. Throws InputError when it is no regular file or cannot be written.
+   JournalFile(std::string file, int descriptor);
    JournalFile(JournalFile const&) = delete;
    JournalFile& operator=(JournalFile const&) = delete;
+   ~JournalFile();
 
    /// Null when nothing is recorded.
    Journal::Recorder* recorder() noexcept { return recorder_ ? &*recorder_ : nullptr; }
@@ -29,8 +32,11 @@ class JournalFile {
    bool close(std::ostream& err);
 
  private:
+   void begin();
+   void write(std::string const& line);
+
    std::string const file_;
-   std::ofstream stream_;
+   int descriptor_ = -1;
    std::optional<Journal::Recorder> recorder_;
 };
 

@@ -17,8 +17,10 @@ struct Command {
    std::string_view help;       ///< one line, without a full stop
    std::size_t least = 0;       ///< arguments that it needs
    std::size_t most = 0;        ///< and takes
-   /// Its first argument names a file of the caller's: the client opens it and hands it over.
-   bool takesFile = false;
+   /// Its first argument names a file of the caller's, to be read or to be written: the client
+   /// opens it, with the caller's rights, and hands it over.
+   enum class File { none, read, written };
+   File file = File::none;
    /// The words that its first argument may be, separated by blanks; empty for free text.
    std::string_view choices = {};
 };

@@ -2,7 +2,7 @@
 
 #include "control/Commands.h"
 #include "decapctl/Client.h"
-#include "decapctl/InputFile.h"
+#include "decapctl/HandedFile.h"
 
 #include <nlohmann/json.hpp>
 
@@ -31,6 +31,16 @@ void appendPage(Json& document, Json const& page) {
    }
 }
 
+/// The file that goes along with a command, if one does.
+HandedFile handed(Control::Match const& match) {
+   switch (match.command->file) {
+      case Control::Command::File::none: break;
+      case Control::Command::File::read: return HandedFile(match.arguments[0]);
+      case Control::Command::File::written: return HandedFile::written(match.arguments[0]);
+   }
+   return {};
+}
+
 }  // namespace
 
 Status Session::run(std::vector<std::string> const& words) {
@@ -44,8 +54,8 @@ Status Session::once(std::vector<std::string> const& words, std::ostream& out) {
    request.words = words;
    request.json = wishes_.json;
    request.rows = wishes_.rows;
-   InputFile const file = match.command->takesFile ? InputFile(match.arguments[0]) : InputFile();
-   if (match.command->takesFile) request.file = match.arguments[0];
+   HandedFile const file = handed(match);
+   if (file.descriptor() >= 0) request.file = match.arguments[0];
    if (wishes_.all) return allRows(request, file.descriptor(), out);
    Client client(wishes_.socket);
    // What is wrong goes where a script looks for it.

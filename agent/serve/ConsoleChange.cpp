@@ -168,7 +168,8 @@ Console::Outcome Console::trace(Call const& call) {
 }
 
 Console::Outcome Console::journalStart(Call const& call) {
-   service_.journalStart(call.arguments[0]);
+   if (call.file < 0) throw InputError(call.arguments[0], "did not come along with the command");
+   service_.journalStart(call.arguments[0], call.file);
    return done("A journal goes to " + printable(call.arguments[0]));
 }
 

@@ -137,15 +137,15 @@ bool Service::stop(bool keepHardware, std::ostream& err) {
    return closed;
 }
 
-void Service::journalStart(std::string const& file) {
-   auto fresh = std::make_unique<JournalFile>(file);
+void Service::journalStart(std::string const& name, int file) {
+   auto fresh = std::make_unique<JournalFile>(name, file);
    world_.turn();
    world_.stop(true);
    if (!journalName_.empty()) journalStop();
    journal_ = std::move(fresh);
-   journalName_ = file;
+   journalName_ = name;
    world_.recorderIs(journal_->recorder());
-   log_(notice, "a journal begins: " + printable(file));
+   log_(notice, "a journal begins: " + printable(name));
    rebuild(true);
 }
 

@@ -68,8 +68,9 @@ class Service {
    /// The end of the machine. False when hardware could not be left as wanted.
    bool stop(bool keepHardware, std::ostream& err);
 
-   /// Begins a journal with a new machine on the hardware as it is. Throws InputError.
-   void journalStart(std::string const& file);
+   /// Begins a journal with a new machine on the hardware as it is. The file is open for writing,
+   /// and stays the caller's. Throws InputError.
+   void journalStart(std::string const& name, int file);
    /// False when there is none.
    bool journalStop();
    /// Empty when none is written.

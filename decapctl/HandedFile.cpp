@@ -1,4 +1,4 @@
-#include "decapctl/InputFile.h"
+#include "decapctl/HandedFile.h"
 
 #include <array>
 #include <cerrno>
@@ -34,7 +34,7 @@ void copyStandardInput(int to) {
 
 }  // namespace
 
-InputFile::InputFile(std::string const& name) {
+HandedFile::HandedFile(std::string const& name) {
    if (name != "-") {
       descriptor_ = open(name.c_str(), O_RDONLY | O_CLOEXEC);
       if (descriptor_ < 0) fail(name);
@@ -45,7 +45,15 @@ InputFile::InputFile(std::string const& name) {
    copyStandardInput(descriptor_);
 }
 
-InputFile::~InputFile() {
+HandedFile HandedFile::written(std::string const& name) {
+   constexpr mode_t everybody = 0666;  // less what the caller's mask takes away
+   HandedFile file;
+   file.descriptor_ = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, everybody);
+   if (file.descriptor_ < 0) fail(name);
+   return file;
+}
+
+HandedFile::~HandedFile() {
    if (descriptor_ >= 0) close(descriptor_);
 }
 

@@ -7,17 +7,19 @@ namespace Ctl {
 /// A file that is opened with the caller's rights, to be handed to the agent.
 ///
 /// Owner: whoever sends it.
-class InputFile {
+class HandedFile {
  public:
    /// Nothing.
-   InputFile() noexcept = default;
+   HandedFile() noexcept = default;
    /// Opens the file; "-" is all of standard input, kept in memory. Throws std::runtime_error.
-   explicit InputFile(std::string const& name);
-   InputFile(InputFile&& other) noexcept : descriptor_(other.descriptor_) {
+   explicit HandedFile(std::string const& name);
+   /// Opens a file to be written, and makes it where there is none. Throws std::runtime_error.
+   static HandedFile written(std::string const& name);
+   HandedFile(HandedFile&& other) noexcept : descriptor_(other.descriptor_) {
       other.descriptor_ = -1;
    }
-   InputFile& operator=(InputFile&&) = delete;
-   ~InputFile();
+   HandedFile& operator=(HandedFile&&) = delete;
+   ~HandedFile();
 
    /// -1 for nothing.
    int descriptor() const noexcept { return descriptor_; }

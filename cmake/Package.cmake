@@ -1,0 +1,47 @@
+# Debian packages, a component each: `cpack -G DEB` in the build folder, or ./dev package.
+
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
+set(CPACK_PACKAGE_NAME decap-agent)
+set(CPACK_PACKAGE_VENDOR "")
+set(CPACK_PACKAGE_CONTACT "The developers of ${PROJECT_NAME} <root@localhost>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_OUTPUT_FILE_PREFIX packages)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL library development agent system)
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_COMPONENT_LIBRARY_GROUP runtime)
+set(CPACK_COMPONENT_DEVELOPMENT_GROUP headers)
+set(CPACK_COMPONENT_AGENT_GROUP programs)
+set(CPACK_COMPONENT_SYSTEM_GROUP programs)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
+
+set(soname ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+set(exactly "(= ${PROJECT_VERSION})")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libfwdl3unicast${soname})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_GROUP_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}, as shared libraries")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+
+set(CPACK_DEBIAN_HEADERS_PACKAGE_NAME libfwdl3unicast-dev)
+set(CPACK_DEBIAN_HEADERS_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_GROUP_HEADERS_DESCRIPTION "${PROJECT_DESCRIPTION}, to build agents with")
+set(CPACK_DEBIAN_HEADERS_PACKAGE_DEPENDS "libfwdl3unicast${soname} ${exactly}")
+set(CPACK_DEBIAN_HEADERS_PACKAGE_SHLIBDEPS OFF)
+
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME decap-agent)
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SECTION net)
+set(CPACK_COMPONENT_GROUP_PROGRAMS_DESCRIPTION
+    "An agent that programs tunnel decapsulation entries, and its client")
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_DEPENDS
+    "libfwdl3unicast${soname} ${exactly}, systemd | systemd-standalone-sysusers")
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/packaging/postinst
+    ${PROJECT_SOURCE_DIR}/packaging/prerm
+    ${PROJECT_SOURCE_DIR}/packaging/postrm
+    ${PROJECT_SOURCE_DIR}/packaging/conffiles)
+
+include(CPack)
