@@ -6,6 +6,8 @@
 #include "agent/Wording.h"
 #include "mdl/Trace.h"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -121,6 +123,10 @@ bool Service::stop(bool keepHardware, std::ostream& err) {
 }
 
 void Service::journalStart(std::string const& file) {
+   std::error_code unknown;
+   if (!journalName_.empty() && std::filesystem::equivalent(file, journalName_, unknown)) {
+      throw InputError(file, "is being written already");
+   }
    auto fresh = std::make_unique<JournalFile>(file);
    world_.turn();
    world_.stop(true);
