@@ -100,9 +100,11 @@ TEST(Commands, ABeginningSaysHowItMayGoOn) {
 
 TEST(Commands, RubbishIsNoCommand) {
    EXPECT_EQ(complaintAbout({"fly"}), "'fly' is no command; 'help' lists them");
-   EXPECT_EQ(complaintAbout({"show", "nothing"}), "'show nothing' is no command; 'help' lists them");
+   EXPECT_EQ(complaintAbout({"show", "nothing"}),
+             "'show nothing' is no command; 'help' lists them");
    EXPECT_EQ(complaintAbout({"SHOW", "groups"}), "'SHOW groups' is no command; 'help' lists them");
-   EXPECT_EQ(complaintAbout({"shown", "groups"}), "'shown groups' is no command; 'help' lists them");
+   EXPECT_EQ(complaintAbout({"shown", "groups"}),
+             "'shown groups' is no command; 'help' lists them");
 }
 
 TEST(Commands, NothingIsNoCommand) {

@@ -113,8 +113,8 @@ TEST(MalformedRequest, WithANegativeNumberIsRefused) {
 }
 
 TEST(MalformedRequest, WithANumberThatIsNotWholeIsRefused) {
-   thenRefused({R"({"words":[],"rows":1.5})", R"({"words":[],"rows":1e3})",
-                R"({"words":[],"rows":NaN})"});
+   thenRefused(
+       {R"({"words":[],"rows":1.5})", R"({"words":[],"rows":1e3})", R"({"words":[],"rows":NaN})"});
 }
 
 TEST(MalformedRequest, WithANumberThatIsTooGreatIsRefused) {

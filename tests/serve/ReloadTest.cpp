@@ -195,15 +195,17 @@ std::string onInterfaces(std::string const& members) {
 
 TEST_F(Reloading, AnEntryForAnInterfaceThatComesBringsItsAddresses) {
    given(onInterfaces(""));
-   whenReloaded(onInterfaces(", 'decapInterfaces': [{'interface': 'Ethernet2', 'family': "
-                             "'ipv4'}]"));
+   whenReloaded(
+       onInterfaces(", 'decapInterfaces': [{'interface': 'Ethernet2', 'family': "
+                    "'ipv4'}]"));
    EXPECT_EQ(changes, (Changes{.groupsChanged = 1}));
    thenCalls({"program gre 10.0.2.1/32 vrf default"});
 }
 
 TEST_F(Reloading, AnEntryForAnInterfaceThatGoesTakesItsAddresses) {
-   given(onInterfaces(", 'decapInterfaces': [{'interface': 'Ethernet1', 'family': 'ipv4'},"
-                      " {'interface': 'Ethernet2', 'family': 'ipv4'}]"));
+   given(
+       onInterfaces(", 'decapInterfaces': [{'interface': 'Ethernet1', 'family': 'ipv4'},"
+                    " {'interface': 'Ethernet2', 'family': 'ipv4'}]"));
    whenReloaded(
        onInterfaces(", 'decapInterfaces': [{'interface': 'Ethernet1', 'family': 'ipv4'}]"));
    EXPECT_EQ(changes, (Changes{.groupsChanged = 1}));
@@ -304,27 +306,43 @@ std::ostream& operator<<(std::ostream& out, AddressChange const& change) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, ReloadingAddresses,
-    testing::Values(
-        AddressChange{"PrimaryComes", "", ", 'primary': '10.0.0.1/24'",
-                      {"program gre 10.0.0.1/32 vrf default"}},
-        AddressChange{"PrimaryGoes", ", 'primary': '10.0.0.1/24'", "",
-                      {"remove gre 10.0.0.1/32 vrf default"}},
-        AddressChange{"PrimaryIsAnother", ", 'primary': '10.0.0.1/24'", ", 'primary': '10.0.0.2/24'",
-                      {"program gre 10.0.0.2/32 vrf default", "remove gre 10.0.0.1/32 vrf default"}},
-        AddressChange{"SecondaryComes", ", 'primary': '10.0.0.1/24'",
-                      ", 'primary': '10.0.0.1/24', 'secondary': ['10.0.1.1/24']",
-                      {"program gre 10.0.1.1/32 vrf default"}},
-        AddressChange{"SecondaryGoes", ", 'primary': '10.0.0.1/24', 'secondary': ['10.0.1.1/24']",
-                      ", 'primary': '10.0.0.1/24'", {"remove gre 10.0.1.1/32 vrf default"}},
-        AddressChange{"Ipv6Comes", ", 'ipv6': ['2001:db8::1/64']",
-                      ", 'ipv6': ['2001:db8::1/64', '2001:db8::2/64']",
-                      {"program gre 2001:db8::2/128 vrf default"}},
-        AddressChange{"Ipv6Goes", ", 'ipv6': ['2001:db8::1/64', '2001:db8::2/64']",
-                      ", 'ipv6': ['2001:db8::2/64']", {"remove gre 2001:db8::1/128 vrf default"}},
-        AddressChange{"LinkLocalComes", ", 'ipv6': ['2001:db8::1/64']",
-                      ", 'ipv6': ['2001:db8::1/64', 'fe80::1/64']", {}},
-        AddressChange{"PrimaryBecomesVirtual", ", 'primary': '10.0.0.1/24'",
-                      ", 'primary': '10.0.0.1/24', 'virtual': true", {}}),
+    testing::Values(AddressChange{"PrimaryComes",
+                                  "",
+                                  ", 'primary': '10.0.0.1/24'",
+                                  {"program gre 10.0.0.1/32 vrf default"}},
+                    AddressChange{"PrimaryGoes",
+                                  ", 'primary': '10.0.0.1/24'",
+                                  "",
+                                  {"remove gre 10.0.0.1/32 vrf default"}},
+                    AddressChange{"PrimaryIsAnother",
+                                  ", 'primary': '10.0.0.1/24'",
+                                  ", 'primary': '10.0.0.2/24'",
+                                  {"program gre 10.0.0.2/32 vrf default",
+                                   "remove gre 10.0.0.1/32 vrf default"}},
+                    AddressChange{"SecondaryComes",
+                                  ", 'primary': '10.0.0.1/24'",
+                                  ", 'primary': '10.0.0.1/24', 'secondary': ['10.0.1.1/24']",
+                                  {"program gre 10.0.1.1/32 vrf default"}},
+                    AddressChange{"SecondaryGoes",
+                                  ", 'primary': '10.0.0.1/24', 'secondary': ['10.0.1.1/24']",
+                                  ", 'primary': '10.0.0.1/24'",
+                                  {"remove gre 10.0.1.1/32 vrf default"}},
+                    AddressChange{"Ipv6Comes",
+                                  ", 'ipv6': ['2001:db8::1/64']",
+                                  ", 'ipv6': ['2001:db8::1/64', '2001:db8::2/64']",
+                                  {"program gre 2001:db8::2/128 vrf default"}},
+                    AddressChange{"Ipv6Goes",
+                                  ", 'ipv6': ['2001:db8::1/64', '2001:db8::2/64']",
+                                  ", 'ipv6': ['2001:db8::2/64']",
+                                  {"remove gre 2001:db8::1/128 vrf default"}},
+                    AddressChange{"LinkLocalComes",
+                                  ", 'ipv6': ['2001:db8::1/64']",
+                                  ", 'ipv6': ['2001:db8::1/64', 'fe80::1/64']",
+                                  {}},
+                    AddressChange{"PrimaryBecomesVirtual",
+                                  ", 'primary': '10.0.0.1/24'",
+                                  ", 'primary': '10.0.0.1/24', 'virtual': true",
+                                  {}}),
     [](auto const& of) { return std::string(of.param.name); });
 
 TEST_F(Reloading, AVrfMoveTakesTheAddressesOutOfAnInterfaceThatLeavesTheDefaultVrf) {
@@ -344,17 +362,20 @@ TEST_F(Reloading, AVrfMoveBringsTheAddressesOfAnInterfaceThatEntersTheDefaultVrf
 }
 
 TEST_F(Reloading, ASecondaryAddressMayBecomeThePrimaryOne) {
-   given(interfaces("{'name': 'Ethernet1', 'primary': '10.0.0.1/24', 'secondary': "
-                    "['10.0.1.1/24']}"));
+   given(
+       interfaces("{'name': 'Ethernet1', 'primary': '10.0.0.1/24', 'secondary': "
+                  "['10.0.1.1/24']}"));
    whenReloaded(interfaces("{'name': 'Ethernet1', 'primary': '10.0.1.1/24'}"));
    thenHardware({"gre 10.0.1.1/32 vrf default"});
 }
 
 TEST_F(Reloading, PrimaryAndSecondaryAddressMayChangePlaces) {
-   given(interfaces("{'name': 'Ethernet1', 'primary': '10.0.0.1/24', 'secondary': "
-                    "['10.0.1.1/24']}"));
-   whenReloaded(interfaces("{'name': 'Ethernet1', 'primary': '10.0.1.1/24', 'secondary': "
-                           "['10.0.0.1/24']}"));
+   given(
+       interfaces("{'name': 'Ethernet1', 'primary': '10.0.0.1/24', 'secondary': "
+                  "['10.0.1.1/24']}"));
+   whenReloaded(
+       interfaces("{'name': 'Ethernet1', 'primary': '10.0.1.1/24', 'secondary': "
+                  "['10.0.0.1/24']}"));
    thenHardware({"gre 10.0.0.1/32 vrf default", "gre 10.0.1.1/32 vrf default"});
 }
 
@@ -375,8 +396,11 @@ TEST_F(Reloading, AFaultDoesNotStopTheRest) {
        "{'groups': [{'name': 'a', 'tunnelType': 'gre', 'decapIps': ['10.5.0.0/16']},"
        "            {'name': 'c', 'tunnelType': 'gre', 'decapIps': ['10.6.0.0/16']}]}");
    EXPECT_EQ(faults.size(), 2u);
-   EXPECT_EQ(changes, (Changes{.groupsAdded = 1, .groupsRemoved = 1, .groupsChanged = 1,
-                               .prefixesAdded = 2, .prefixesRemoved = 3}));
+   EXPECT_EQ(changes, (Changes{.groupsAdded = 1,
+                               .groupsRemoved = 1,
+                               .groupsChanged = 1,
+                               .prefixesAdded = 2,
+                               .prefixesRemoved = 3}));
    thenCalls({"remove ipip 10.3.0.0/16 vrf red", "remove gre 10.1.0.0/16 vrf default",
               "remove gre 10.2.0.0/16 vrf default", "program gre 10.5.0.0/16 vrf default",
               "program gre 10.6.0.0/16 vrf default"});
