@@ -7,6 +7,7 @@
 #include "mdl/Trace.h"
 
 #include <filesystem>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -130,7 +131,7 @@ void Service::journalStart(std::string const& file) {
    auto fresh = std::make_unique<JournalFile>(file);
    world_.turn();
    world_.stop(true);
-   if (!journalName_.empty()) journalStop();
+   if (std::ostringstream wrong; !journalStop(wrong)) log_(warning, printable(wrong.str()));
    journal_ = std::move(fresh);
    journalName_ = file;
    world_.recorderIs(journal_->recorder());
@@ -138,14 +139,14 @@ void Service::journalStart(std::string const& file) {
    rebuild(true);
 }
 
-bool Service::journalStop() {
-   if (journalName_.empty()) return false;
+bool Service::journalStop(std::ostream& err) {
+   if (journalName_.empty()) return true;
    // The machine's hook goes through the recorder until the next machine; a closed one writes
    // nothing.
-   journal_->recorder()->close();
+   bool const whole = journal_->close(err);
    log_(notice, "the journal ends: " + printable(journalName_));
    journalName_.clear();
-   return true;
+   return whole;
 }
 
 void Service::traceLevelIs(std::optional<unsigned> level) {
@@ -161,6 +162,7 @@ void Service::detach() {
    if (journal_) journal_->recorder()->abandon();
    traceLevelIs(std::nullopt);
    world_.logObserverIs({});
+   log_ = [](unsigned, std::string const&) {};
    world_.followIs({});
 }
 

@@ -69,8 +69,8 @@ class Service {
 
    /// Begins a journal with a new machine on the hardware as it is. Throws InputError.
    void journalStart(std::string const& file);
-   /// False when there is none.
-   bool journalStop();
+   /// Ends it, if there is one. False, with one line to `err`, when it does not have everything.
+   bool journalStop(std::ostream& err);
    /// Empty when none is written.
    std::string const& journal() const noexcept { return journalName_; }
 
@@ -86,7 +86,8 @@ class Service {
    std::uint64_t faults() const noexcept { return faults_; }
    void log(unsigned severity, std::string const& text) const { log_(severity, text); }
 
-   /// In a copy of the process: goes on with what is in memory and touches no file any more.
+   /// In a copy of the process: goes on with what is in memory, touches no file any more
+   /// and says nothing in the log.
    void detach();
 
  private:
@@ -97,7 +98,7 @@ class Service {
 
    ServiceOptions const options_;
    TimeScale const times_;
-   LogSink const log_;
+   LogSink log_;
    Mdl::TraceHandle* const trace_;
    // Before the world, which writes to it until its end.
    std::unique_ptr<JournalFile> journal_;

@@ -76,7 +76,8 @@ TEST_F(ServiceTest, AReloadOfABadFileSaysWhereAndChangesNothing) {
       service->reload();
       ADD_FAILURE() << "the file is bad";
    } catch (InputError const& bad) {
-      EXPECT_TRUE(std::string(bad.what()).starts_with(file + ":1: groups[0].decapIps[0]: "))
+      EXPECT_TRUE(
+          std::string(bad.what()).starts_with(configurationFile + ":1: groups[0].decapIps[0]: "))
           << bad.what();
    }
    EXPECT_EQ(table(), both);
@@ -87,7 +88,7 @@ TEST_F(ServiceTest, AReloadOfABadFileSaysWhereAndChangesNothing) {
 
 TEST_F(ServiceTest, AReloadOfAFileThatIsGoneChangesNothing) {
    given(two);
-   std::filesystem::remove(file);
+   std::filesystem::remove(configurationFile);
    EXPECT_THROW(service->reload(), InputError);
    EXPECT_EQ(table(), both);
 }
@@ -116,8 +117,12 @@ TEST_F(ServiceTest, WhatChangedIsSaidInWords) {
    EXPECT_EQ(changesText({.groupsAdded = 2, .groupsChanged = 1, .prefixesAdded = 3}),
              "2 groups added, 1 group changed, 3 prefixes added");
    EXPECT_EQ(changesText({.settings = true}), "settings changed");
-   EXPECT_EQ(changesText({.groupsRemoved = 1, .prefixesRemoved = 1, .interfacesAdded = 1,
-                          .interfacesRemoved = 2, .interfacesChanged = 3, .settings = true}),
+   EXPECT_EQ(changesText({.groupsRemoved = 1,
+                          .prefixesRemoved = 1,
+                          .interfacesAdded = 1,
+                          .interfacesRemoved = 2,
+                          .interfacesChanged = 3,
+                          .settings = true}),
              "1 group removed, 1 prefix removed, 1 interface added, 2 interfaces removed, "
              "3 interfaces changed, settings changed");
 }
@@ -181,10 +186,9 @@ TEST_F(ServiceTest, ARestartWithdrawsEverythingAndProgramsItAgain) {
    given(two);
    forgetCalls();
    service->restart(false);
-   EXPECT_EQ(calls(), (Texts{"remove gre 10.1.0.0/16 vrf default",
-                             "remove gre 10.2.0.0/16 vrf default",
-                             "program gre 10.1.0.0/16 vrf default",
-                             "program gre 10.2.0.0/16 vrf default"}));
+   EXPECT_EQ(calls(),
+             (Texts{"remove gre 10.1.0.0/16 vrf default", "remove gre 10.2.0.0/16 vrf default",
+                    "program gre 10.1.0.0/16 vrf default", "program gre 10.2.0.0/16 vrf default"}));
    EXPECT_EQ(table(), both);
 }
 
@@ -193,8 +197,8 @@ TEST_F(ServiceTest, ARestartThatKeepsHardwareTakesItOverWithoutAWrite) {
    forgetCalls();
    std::uint64_t const written = hardware().written();
    service->restart(true);
-   EXPECT_EQ(calls(), (Texts{"program gre 10.1.0.0/16 vrf default",
-                             "program gre 10.2.0.0/16 vrf default"}));
+   EXPECT_EQ(calls(),
+             (Texts{"program gre 10.1.0.0/16 vrf default", "program gre 10.2.0.0/16 vrf default"}));
    EXPECT_EQ(hardware().written(), written);
    EXPECT_EQ(world().takeOver().count(TakeOver::Fate::takenOver), 2u);
    EXPECT_EQ(table(), both);
@@ -302,7 +306,7 @@ TEST_F(ServiceTest, AJournalReplays) {
    service->reload();
    whenTimePasses(2.0);
    EXPECT_EQ(table().size(), 3u);
-   EXPECT_TRUE(service->journalStop());
+   EXPECT_TRUE(service->journalStop(err));
    EXPECT_EQ(service->journal(), "");
    thenReplays(journal);
 }
@@ -318,13 +322,13 @@ TEST_F(ServiceTest, AJournalBeginsWithHardwareAsItIs) {
 TEST_F(ServiceTest, AJournalDoesNotGrowAnyMoreOnceItHasEnded) {
    given(two);
    service->journalStart(journal);
-   ASSERT_TRUE(service->journalStop());
+   ASSERT_TRUE(service->journalStop(err));
    auto const size = std::filesystem::file_size(journal);
    givenFile(three);
    service->reload();
    service->restart(false);
    EXPECT_EQ(std::filesystem::file_size(journal), size);
-   EXPECT_FALSE(service->journalStop()) << "there is none";
+   EXPECT_TRUE(service->journalStop(err)) << "there is none";
    thenReplays(journal);
 }
 
@@ -341,7 +345,7 @@ TEST_F(ServiceTest, ARestartIsInTheJournal) {
    service->restart(true);
    clock = 1.0;
    service->restart(false);
-   ASSERT_TRUE(service->journalStop());
+   ASSERT_TRUE(service->journalStop(err));
    thenReplays(journal);
 }
 
@@ -353,7 +357,7 @@ TEST_F(ServiceTest, TracesAreInAJournalThatBeginsLater) {
    EXPECT_TRUE(logHas("7 trace "));
    service->traceLevelIs(2);
    whenTimePasses(1.0);
-   ASSERT_TRUE(service->journalStop());
+   ASSERT_TRUE(service->journalStop(err));
    thenReplays(journal);
 }
 
@@ -365,7 +369,7 @@ TEST_F(ServiceTest, AnotherJournalEndsTheFirst) {
    givenFile(three);
    service->reload();
    EXPECT_EQ(service->journal(), second);
-   ASSERT_TRUE(service->journalStop());
+   ASSERT_TRUE(service->journalStop(err));
    thenReplays(journal);
    thenReplays(second);
 }
@@ -379,7 +383,7 @@ TEST_F(ServiceTest, AJournalThatIsBeingWrittenIsNotBegunAgain) {
    EXPECT_EQ(service->journal(), journal);
    givenFile(three);
    service->reload();
-   ASSERT_TRUE(service->journalStop());
+   ASSERT_TRUE(service->journalStop(err));
    thenReplays(journal);
 }
 

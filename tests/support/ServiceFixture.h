@@ -23,7 +23,7 @@ class ServiceFixture : public testing::Test {
 
    /// What the configuration file says, in single quotes.
    void givenFile(std::string const& text) const {
-      Support::writeFile(file, Support::quoted(text));
+      Support::writeFile(configurationFile, Support::quoted(text));
    }
    /// A service that has started on the configuration.
    void given(std::string const& text) {
@@ -35,7 +35,8 @@ class ServiceFixture : public testing::Test {
    void givenService() {
       service = nullptr;
       service = std::make_unique<Agent::Service>(
-          Agent::ServiceOptions{file, stateFolder, mode}, [this] { return clock; }, wallTime(),
+          Agent::ServiceOptions{configurationFile, stateFolder, mode}, [this] { return clock; },
+          wallTime(),
           [this](unsigned severity, std::string const& text) {
              log.push_back(std::to_string(severity) + ' ' + text);
           });
@@ -66,7 +67,7 @@ class ServiceFixture : public testing::Test {
    }
 
    Support::TempFolder const folder;
-   std::string const file = folder.path("agent.json");
+   std::string const configurationFile = folder.path("agent.json");
    std::string stateFolder;
    Agent::InterfaceMode mode = Agent::InterfaceMode::file;
    Mdl::Seconds clock = 0.0;
