@@ -28,6 +28,9 @@ class JournalFile {
    /// Null when nothing is recorded.
    Journal::Recorder* recorder() noexcept { return recorder_ ? &*recorder_ : nullptr; }
 
+   /// Whether the descriptor is of the file that is written here.
+   bool isWrittenTo(int descriptor) const noexcept;
+
    /// Writes the end. False, with one line to `err`, when the file does not have everything.
    bool close(std::ostream& err);
 

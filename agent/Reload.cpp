@@ -56,23 +56,20 @@ void Reload::groupsAre(std::vector<GroupConfiguration> const& groups) {
 }
 
 void Reload::groupIs(GroupConfiguration const& wanted) {
-   if (world_.group(wanted.name)) {
-      changeGroup(wanted);
-      return;
-   }
-   ++changes_.groupsAdded;
-   changes_.prefixesAdded += wanted.decapIps.size();
-   attempt([&] { world_.configure(wanted); });
-}
-
-void Reload::changeGroup(GroupConfiguration const& wanted) {
+   bool const known = world_.group(wanted.name) != nullptr;
+   // One that comes with its keys has them programmed anew for each of its attributes.
+   if (!known) attempt([&] { world_.groupIs(World::newGroup(wanted.name)); });
    Mdl::Ptr<DecapGroup> const group = world_.group(wanted.name);
    std::size_t const before = made_;
    thin(*group, wanted);
    exclude(*group, wanted);
    recast(*group, wanted);
    fill(*group, wanted);
-   if (made_ != before) ++changes_.groupsChanged;
+   if (!known) {
+      ++changes_.groupsAdded;
+   } else if (made_ != before) {
+      ++changes_.groupsChanged;
+   }
 }
 
 /// What goes.
@@ -132,14 +129,14 @@ void Reload::interfaceIs(InterfaceConfiguration const& wanted) {
    Interface const* const known = world_.interfaces().find(wanted.name);
    if (known == nullptr) {
       ++changes_.interfacesAdded;
-      appear(wanted);
+      enter(wanted);
       return;
    }
    Interface const interface = *known;
    if (interface.vrf() != wanted.vrf) {
       ++changes_.interfacesChanged;
       attempt([&] { world_.interfaceDel(wanted.name); });
-      appear(wanted);
+      enter(wanted);
       return;
    }
    std::size_t const before = made_;
@@ -149,15 +146,11 @@ void Reload::interfaceIs(InterfaceConfiguration const& wanted) {
 
 /// A machine that runs looks at the primary address alone when an interface appears, and hears of
 /// the others only as they come: so the interface appears without any.
-void Reload::appear(InterfaceConfiguration const& wanted) {
-   InterfaceConfiguration bare;
-   bare.name = wanted.name;
-   bare.vrf = wanted.vrf;
-   attempt([&] { world_.configure(bare); });
-   if (Interface const* const made = world_.interfaces().find(wanted.name)) {
-      Interface const interface = *made;
-      bring(interface, wanted);
-   }
+void Reload::enter(InterfaceConfiguration const& wanted) {
+   Interface const interface = world_.interfaceFor(wanted.name);
+   world_.vrfIs(interface, wanted.vrf);
+   attempt([&] { world_.interfaceIs(interface); });
+   bring(interface, wanted);
 }
 
 void Reload::bring(Interface const& interface, InterfaceConfiguration const& wanted) {

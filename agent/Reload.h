@@ -62,12 +62,11 @@ class Reload {
  private:
    template <class Change>
    void attempt(Change const& change);
-   void changeGroup(GroupConfiguration const& wanted);
    void thin(Tunnel::Decap::DecapGroup& group, GroupConfiguration const& wanted);
    void exclude(Tunnel::Decap::DecapGroup& group, GroupConfiguration const& wanted);
    void recast(Tunnel::Decap::DecapGroup& group, GroupConfiguration const& wanted);
    void fill(Tunnel::Decap::DecapGroup& group, GroupConfiguration const& wanted);
-   void appear(InterfaceConfiguration const& wanted);
+   void enter(InterfaceConfiguration const& wanted);
    void bring(Interface const& interface, InterfaceConfiguration const& wanted);
 
    World& world_;

@@ -105,7 +105,11 @@ class ReportBuilder {
    Fwd::DecapKey const* wanted(Rows& list, Fwd::DecapKey const& key, bool inScope) {
       ++list.total;
       if (!inScope || (scope_.keys && !scope_.keys(key))) return nullptr;
-      if (++list.matching <= scope_.from || list.rows.size() >= scope_.rows) return nullptr;
+      if (++list.matching <= scope_.from) {
+         ++list.passed;
+         return nullptr;
+      }
+      if (list.rows.size() >= scope_.rows) return nullptr;
       ownership_.want(key);
       list.rows.push_back(judge_.row(key));
       return &list.rows.back().key;
@@ -181,7 +185,9 @@ class ReportBuilder {
          report_.addresses += row.addresses;
          bool const inScope =
              scope_.groups && (scope_.onlyGroup.empty() || scope_.onlyGroup == entry.key);
-         if (inScope && report_.groups.size() < scope_.rows) report_.groups.push_back(row);
+         if (!inScope) continue;
+         ++report_.groupsMatching;
+         if (report_.groups.size() < scope_.rows) report_.groups.push_back(row);
       }
    }
 

@@ -61,6 +61,11 @@ struct Rows {
    std::size_t total = 0;
    /// Of `total`, those that the scope asks for.
    std::size_t matching = 0;
+   /// Of `matching`, those before the first row.
+   std::size_t passed = 0;
+
+   /// How many come behind the last row.
+   std::size_t left() const noexcept { return matching - passed - rows.size(); }
 };
 
 /// One group and what became of its keys.
@@ -123,6 +128,8 @@ struct Report {
    TimeScale times;
    std::vector<GroupRow> groups;
    std::size_t groupsTotal = 0;
+   /// Of them, those that the scope asks for.
+   std::size_t groupsMatching = 0;
    std::size_t prefixes = 0;
    /// Destinations that groups have from interfaces.
    std::size_t addresses = 0;

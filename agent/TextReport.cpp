@@ -40,8 +40,8 @@ std::vector<std::string> keyCells(KeyRow const& row, std::string const& last) {
            last};
 }
 
-void printMore(std::ostream& out, std::size_t shown, std::size_t total) {
-   if (total > shown) out << "  ... and " << total - shown << " more\n";
+void printMore(std::ostream& out, std::size_t left) {
+   if (left != 0) out << "  ... and " << left << " more\n";
 }
 
 /// What makes an entry worth a second look.
@@ -63,7 +63,7 @@ void printRows(std::ostream& out, Rows const& list, TimeScale const& times) {
    TextTable table(keyColumns("WHY"));
    for (KeyRow const& row : list.rows) table.row(keyCells(row, reasonText(row, times)));
    table.print(out);
-   printMore(out, list.rows.size(), list.total);
+   printMore(out, list.left());
 }
 
 }  // namespace
@@ -100,7 +100,7 @@ void printGroups(std::ostream& out, Report const& report) {
       table.row(std::move(cells));
    }
    table.print(out);
-   printMore(out, report.groups.size(), report.groupsTotal);
+   printMore(out, report.groupsMatching - report.groups.size());
 }
 
 void printInterfaces(std::ostream& out, Report const& report) {
@@ -116,7 +116,7 @@ void printInterfaces(std::ostream& out, Report const& report) {
                  row.groups.empty() ? "-" : namesText(row.groups), addressStateText(row.state)});
    }
    table.print(out);
-   printMore(out, list.rows.size(), list.total);
+   printMore(out, list.total - list.rows.size());
 }
 
 void printHardware(std::ostream& out, Report const& report) {
@@ -134,12 +134,10 @@ void printHardware(std::ostream& out, Report const& report) {
    TextTable table(keyColumns("NOTE"));
    for (KeyRow const& row : report.hardware.rows) table.row(keyCells(row, entryNote(row)));
    table.print(out);
-   printMore(out, report.hardware.rows.size(), report.hardware.total);
+   printMore(out, report.hardware.left());
 }
 
 void printEntries(std::ostream& out, Report const& report) {
-   std::size_t const matching =
-       report.hardware.matching + report.waiting.matching + report.missing.matching;
    out << "Entries: " << report.hardware.matching << " in hardware, " << report.waiting.matching
        << " waiting, " << report.missing.matching << " not programmed\n";
    TextTable table({{"STATUS"},
@@ -152,7 +150,6 @@ void printEntries(std::ostream& out, Report const& report) {
                     {"SINCE"},
                     {"TRIES", Align::right},
                     {"NOTE"}});
-   std::size_t shown = 0;
    auto const add = [&](KeyRow const& row, std::string const& note) {
       std::vector<std::string> cells =
           keyCells(row, row.since ? report.times.text(*row.since) : "-");
@@ -160,13 +157,12 @@ void printEntries(std::ostream& out, Report const& report) {
       cells.push_back(std::to_string(row.tries));
       cells.push_back(note);
       table.row(std::move(cells));
-      ++shown;
    };
    for (KeyRow const& row : report.hardware.rows) add(row, entryNote(row));
    for (KeyRow const& row : report.waiting.rows) add(row, reasonText(row, report.times));
    for (KeyRow const& row : report.missing.rows) add(row, reasonText(row, report.times));
    if (!table.empty()) table.print(out);
-   printMore(out, shown, matching);
+   printMore(out, report.hardware.left() + report.waiting.left() + report.missing.left());
 }
 
 void printRestart(std::ostream& out, Report const& report) {
@@ -185,7 +181,7 @@ void printRestart(std::ostream& out, Report const& report) {
       table.row(keyCells(row, row.fate ? fateText(*row.fate) : ""));
    }
    table.print(out);
-   printMore(out, restart.gone.rows.size(), restart.gone.total);
+   printMore(out, restart.gone.left());
 }
 
 void printBacklog(std::ostream& out, Report const& report) {
@@ -206,7 +202,7 @@ void printConflicts(std::ostream& out, Report const& report) {
       table.row(keyCells(row, owner));
    }
    table.print(out);
-   printMore(out, report.waiting.rows.size(), report.waiting.matching);
+   printMore(out, report.waiting.left());
 }
 
 void printLog(std::ostream& out, Report const& report) {

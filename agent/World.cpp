@@ -113,6 +113,11 @@ void World::configure(Configuration const& configuration) {
 
 void World::configure(HardwareConfiguration const& hardware) {
    hardware_->table().capacityIs(hardware.capacity);
+   // Whatever limit a type had goes, unless it is given one.
+   for (Mdl::Enumerator const& type : Mdl::EnumTraits<Tunnel::Decap::TunnelType>::enumerators) {
+      hardware_->table().capacityIs(static_cast<Tunnel::Decap::TunnelType>(type.value),
+                                    Sim::HardwareTable::unlimited);
+   }
    for (auto const& [type, entries] : hardware.capacityByType) {
       hardware_->table().capacityIs(type, entries);
    }

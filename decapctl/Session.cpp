@@ -81,13 +81,15 @@ Status Session::allRows(Request request, int file, std::ostream& out) {
          err_ << text << std::flush;
          return header.status;
       }
-      if (!wishes_.json) {
+      Json const page = wishes_.json ? Json::parse(text, nullptr, false) : Json();
+      // Some commands have nothing to say to programs.
+      if (!page.is_object()) {
          out << text << std::flush;
       } else {
-         appendPage(document, Json::parse(text));
+         appendPage(document, page);
       }
       if (header.next == 0) {
-         if (wishes_.json) out << document.dump(1) << '\n' << std::flush;
+         if (!document.empty()) out << document.dump(1) << '\n' << std::flush;
          return header.status;
       }
       request.from = header.next;

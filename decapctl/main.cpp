@@ -26,7 +26,8 @@ int run(int argc, char** argv) {
        ->type_name("PATH");
    app.add_flag("--json", wishes.json, "JSON instead of tables");
    app.add_option("--rows", wishes.rows, "Show at most so many rows of a table (40)")
-       ->type_name("N");
+       ->type_name("N")
+       ->check(CLI::NonNegativeNumber);
    app.add_flag("--all", wishes.all, "Show all rows");
    CLI::Option const* const watched =
        app.add_option("--watch", watch, "Again and again, every so many seconds")

@@ -58,6 +58,7 @@ Console::Handler Console::handlerOf(std::string_view command) {
 
 Console::Outcome Console::execute(Control::Request const& request, int file) {
    try {
+      // What is told is told of now, and not of when something last happened.
       service_.turn();
       Control::Match const match = Control::match(request.words);
       Handler const handler = handlerOf(match.command->words);

@@ -12,6 +12,7 @@
 #include <charconv>
 #include <cstring>
 #include <optional>
+#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -175,7 +176,9 @@ Console::Outcome Console::journalStart(Call const& call) {
 
 Console::Outcome Console::journalStop(Call const&) {
    std::string const name = service_.journal();
-   if (!service_.journalStop()) return Reply{Status::refused, "there is no journal\n"};
+   if (name.empty()) return Reply{Status::refused, "there is no journal\n"};
+   std::ostringstream wrong;
+   if (!service_.journalStop(wrong)) return Reply{Status::failed, wrong.str()};
    return done("The journal " + printable(name) + " is complete");
 }
 

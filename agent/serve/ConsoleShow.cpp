@@ -36,12 +36,12 @@ Reply shown(Control::Request const& request, Report const& report,
    } else {
       for (Print const print : prints) print(out, report);
    }
-   std::size_t const end = request.from + request.rows;
-   bool more = false;
-   for (Rows const* const list : {&report.hardware, &report.waiting, &report.missing}) {
-      more = more || (request.rows != 0 && list->matching > end);
-   }
-   return {Status::ok, out.str(), more ? end : 0};
+   bool const ofRestart =
+       std::find(sections.begin(), sections.end(), JsonSection::restart) != sections.end();
+   bool const more =
+       ofRestart ? report.restart.gone.left() != 0
+                 : report.hardware.left() + report.waiting.left() + report.missing.left() != 0;
+   return {Status::ok, out.str(), more && request.rows != 0 ? request.from + request.rows : 0};
 }
 
 /// "3 min 20 s", "2 d 4 h".
@@ -137,6 +137,8 @@ Console::Outcome Console::showGroups(Call const& call) {
       return machine && groupHasKey(*machine, name, key);
    };
    scope.onlyGroup = name;
+   // The pages behind the first go on with its keys.
+   scope.groups = call.request.from == 0;
    return shown(call.request, Report(service_.world(), scope),
                 {JsonSection::groups, JsonSection::entries}, {printGroups, printEntries});
 }

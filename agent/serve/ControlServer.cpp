@@ -75,6 +75,7 @@ class ControlServer::Impl {
       // Nobody tells on the way out.
       host_.left = [](ControlSession&) {};
       for (auto const& session : std::exchange(sessions_, {})) session->close();
+      for (auto const& run : runs_) run->pipe.close(ignored);
       unlink(path_.c_str());
    }
 
@@ -92,12 +93,13 @@ class ControlServer::Impl {
    };
 
    void listen() {
+      Local::endpoint const place(path_);
       clearTheWay(loop_, path_);
       acceptor_.open();
       // From its first moment the file is for nobody but the owner.
       mode_t const before = umask(0177);
       error_code error;
-      acceptor_.bind(Local::endpoint(path_), error);
+      acceptor_.bind(place, error);
       umask(before);
       if (error) throw std::system_error(error, path_);
       if (group_) check(chown(path_.c_str(), static_cast<uid_t>(-1), *group_), path_);
@@ -184,16 +186,16 @@ class ControlServer::Impl {
    }
 
    void follow(std::shared_ptr<ControlSession> const& session, std::unique_ptr<DryRun> dryRun) {
-      if (dryRuns_ >= host_.limits.dryRuns) {
+      if (runs_.size() >= host_.limits.dryRuns) {
          session->reply({Status::failed, "too many dry runs are under way; try again\n"});
          return;
       }
-      ++dryRuns_;
       auto const run = std::make_shared<Run>(loop_, std::move(dryRun));
+      runs_.insert(run);
       asio::async_read(run->pipe, asio::dynamic_buffer(run->text, host_.limits.dryRunText),
                        [this, run, session](error_code error, std::size_t) {
                           if (error == asio::error::operation_aborted) return;
-                          --dryRuns_;
+                          runs_.erase(run);
                           session->reply(replyOf(*run, error));
                        });
    }
@@ -215,7 +217,7 @@ class ControlServer::Impl {
    asio::steady_timer rest_;
    std::set<std::shared_ptr<ControlSession>> sessions_;
    std::deque<std::shared_ptr<ControlSession>> waiting_;
-   std::size_t dryRuns_ = 0;
+   std::set<std::shared_ptr<Run>> runs_;
    bool accepting_ = false;
    bool resting_ = false;
    bool ending_ = false;

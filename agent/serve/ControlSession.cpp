@@ -107,7 +107,7 @@ void ControlSession::examine() {
 }
 
 void ControlSession::reply(Reply const& reply) {
-   closeFile();
+   if (!isForLater()) closeFile();
    if (!closed_) write(reply, false);
 }
 

@@ -16,7 +16,8 @@ namespace Agent {
 ///
 /// Owner: whatever it waits for, and the server's list. It ends when its socket is closed.
 /// I1: it either reads a request, waits for its reply, or writes the reply.
-/// I2: at most one descriptor that the client sent is kept, until its request is answered.
+/// I2: at most one descriptor that the client sent is kept, until the request that names
+///   it is answered.
 class ControlSession : public std::enable_shared_from_this<ControlSession> {
  public:
    using Socket = boost::asio::local::stream_protocol::socket;
@@ -40,7 +41,7 @@ class ControlSession : public std::enable_shared_from_this<ControlSession> {
    /// The request to obey.
    Control::Request const& request() const noexcept { return request_; }
    /// What came along with it, -1 for nothing.
-   int file() const noexcept { return file_; }
+   int file() const noexcept { return isForLater() ? -1 : file_; }
    void reply(Control::Reply const& reply);
    void close();
 
@@ -50,6 +51,8 @@ class ControlSession : public std::enable_shared_from_this<ControlSession> {
    void takeDescriptors(void* message);
    void examine();
    void write(Control::Reply const& reply, bool last);
+   /// A descriptor may arrive with the bytes before the request that names it.
+   bool isForLater() const noexcept { return request_.file.empty() && !in_.empty(); }
    void closeFile();
    void within(std::chrono::milliseconds time);
 

@@ -14,6 +14,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <systemd/sd-daemon.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -34,6 +35,8 @@ constexpr unsigned error = 3;
 constexpr unsigned notice = 5;
 /// For the system to list its interfaces, before the machine begins without them.
 constexpr std::chrono::seconds patience{5};
+/// Longer than this the loop never waits at a time: clocks count no end of seconds.
+constexpr Mdl::Seconds longestWait = 3600.0;
 
 void makeFolder(std::string const& folder) {
    if (folder.empty()) return;
@@ -101,8 +104,9 @@ class Daemon {
       if (next == Mdl::never) {
          loop_.run_one();
       } else {
-         loop_.run_one_until(start_ + std::chrono::duration_cast<Clock::duration>(
-                                          std::chrono::duration<double>(next)));
+         loop_.run_one_until(
+             start_ + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(
+                          std::min(next, service_.world().now() + longestWait))));
       }
       if (!ended_) service_.turn();
    }

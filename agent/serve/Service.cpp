@@ -6,6 +6,7 @@
 #include "agent/Wording.h"
 #include "mdl/Trace.h"
 
+#include <sstream>
 #include <utility>
 
 namespace Agent {
@@ -138,10 +139,13 @@ bool Service::stop(bool keepHardware, std::ostream& err) {
 }
 
 void Service::journalStart(std::string const& name, int file) {
+   if (!journalName_.empty() && journal_->isWrittenTo(file)) {
+      throw InputError(name, "is being written already");
+   }
    auto fresh = std::make_unique<JournalFile>(name, file);
    world_.turn();
    world_.stop(true);
-   if (!journalName_.empty()) journalStop();
+   if (std::ostringstream wrong; !journalStop(wrong)) log_(warning, printable(wrong.str()));
    journal_ = std::move(fresh);
    journalName_ = name;
    world_.recorderIs(journal_->recorder());
@@ -149,14 +153,14 @@ void Service::journalStart(std::string const& name, int file) {
    rebuild(true);
 }
 
-bool Service::journalStop() {
-   if (journalName_.empty()) return false;
+bool Service::journalStop(std::ostream& err) {
+   if (journalName_.empty()) return true;
    // The machine's hook goes through the recorder until the next machine; a closed one writes
    // nothing.
-   journal_->recorder()->close();
+   bool const whole = journal_->close(err);
    log_(notice, "the journal ends: " + printable(journalName_));
    journalName_.clear();
-   return true;
+   return whole;
 }
 
 void Service::traceLevelIs(std::optional<unsigned> level) {
@@ -172,6 +176,7 @@ void Service::detach() {
    if (journal_) journal_->recorder()->abandon();
    traceLevelIs(std::nullopt);
    world_.logObserverIs({});
+   log_ = [](unsigned, std::string const&) {};
    world_.followIs({});
 }
 

@@ -71,8 +71,8 @@ class Service {
    /// Begins a journal with a new machine on the hardware as it is. The file is open for writing,
    /// and stays the caller's. Throws InputError.
    void journalStart(std::string const& name, int file);
-   /// False when there is none.
-   bool journalStop();
+   /// Ends it, if there is one. False, with one line to `err`, when it does not have everything.
+   bool journalStop(std::ostream& err);
    /// Empty when none is written.
    std::string const& journal() const noexcept { return journalName_; }
 
@@ -110,7 +110,8 @@ class Service {
 
    void log(unsigned severity, std::string const& text) const { log_(severity, text); }
 
-   /// In a copy of the process: goes on with what is in memory and touches no file any more.
+   /// In a copy of the process: goes on with what is in memory, touches no file any more
+   /// and says nothing in the log.
    void detach();
 
  private:
@@ -121,7 +122,7 @@ class Service {
 
    ServiceOptions const options_;
    TimeScale const times_;
-   LogSink const log_;
+   LogSink log_;
    Mdl::TraceHandle* const trace_;
    HookMeter meter_;
    // Before the world, which writes to it until its end.
