@@ -6,6 +6,7 @@
 #include "mdl/CollectionWalk.h"
 #include "mdl/EntryStore.h"
 #include "mdl/HashIndex.h"
+#include "mdl/KeyForm.h"
 #include "mdl/KeyHash.h"
 #include "mdl/Lookup.h"
 #include "mdl/WalkList.h"
@@ -15,6 +16,7 @@
 #include <cstdint>
 #include <iterator>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 namespace Mdl {
@@ -59,6 +61,7 @@ class Hashed {
 /// Re-entrancy: as I4, I5 and walks say. Hashing, comparing and copying keys and values must not
 ///   call back.
 /// Exceptions: an insertion that fails has changed nothing. Moving a key or a value must not throw.
+/// Keys may be kept in a form of their own (mdl/KeyForm.h), which takes less room.
 /// Cost: find, insert, remove O(1); 104 bytes empty, then an entry and 4 bytes each, and from nine
 ///   entries on 6 to 13 bytes of index. Memory follows the number of entries down as well.
 ///
@@ -70,7 +73,7 @@ class Collection {
    using Key = K;
    using Value = V;
    using Entry = CollectionEntry<K, V>;
-   using EntryRef = CollectionEntryRef<K, V>;
+   using EntryRef = CollectionEntryRef<typename KeyForm<K>::Shown, V>;
 
    static constexpr std::uint32_t mostUnindexed = 8;
 
@@ -172,7 +175,8 @@ class Collection {
    friend Lookup<Collection>;
    friend CollectionOrder<Collection>;
 
-   using Store = EntryStore<K, V>;
+   using Form = KeyForm<K>;
+   using Store = EntryStore<typename Form::Kept, V>;
    using Slot = typename Store::Slot;
    static constexpr std::uint32_t npos = Store::npos;
 
@@ -191,6 +195,8 @@ class Collection {
    [[gnu::noinline]] std::uint32_t positionOfUnindexed(Hashed const& key) const;
    template <class... Args>
    Slot& insertAbsent(Hashed const& key, std::uint32_t& at, Args&&... args);
+   template <class... Args>
+   Slot& appendKept(Hashed const& key, Args&&... args);
    Change assignAt(std::uint32_t at, V value);
    void extractAt(std::optional<Entry>& gone, std::uint32_t hash, std::uint32_t at);
    void buildIndex();
@@ -200,6 +206,7 @@ class Collection {
    template <class Visit>
    void forEachPosition(Visit const& visit) const;
 
+   [[no_unique_address]] Form form_;
    Store store_;
    HashIndex index_;
    mutable WalkList walks_;

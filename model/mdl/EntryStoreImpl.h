@@ -49,8 +49,8 @@ void EntryStore<K, V>::addChunk() {
 }
 
 template <class K, class V>
-template <class... Args>
-typename EntryStore<K, V>::Slot& EntryStore<K, V>::append(std::uint32_t hash, K const& key,
+template <class Key, class... Args>
+typename EntryStore<K, V>::Slot& EntryStore<K, V>::append(std::uint32_t hash, Key const& key,
                                                           Args&&... args) {
    static_assert(std::is_nothrow_move_constructible_v<K>, "compaction must not fail");
    static_assert(std::is_nothrow_move_constructible_v<V>, "compaction must not fail");
@@ -65,16 +65,19 @@ typename EntryStore<K, V>::Slot& EntryStore<K, V>::append(std::uint32_t hash, K 
 }
 
 template <class K, class V>
-void EntryStore<K, V>::takeInto(std::optional<Entry>& taken, std::uint32_t position) noexcept {
+template <class Entry, class Form>
+void EntryStore<K, V>::takeInto(std::optional<Entry>& taken, std::uint32_t position,
+                                Form& form) noexcept {
    Chunk& chunk = mutableChunk(position >> chunkBits);
    std::uint32_t const place = position & (chunkSlots - 1);
    Slot& entry = slot(chunk, place);
    // Made where it is to stand: keys are large.
    struct Made {
       Slot& from;
-      operator Entry() const noexcept { return {std::move(from.key), std::move(from.value)}; }
+      Form& form;
+      operator Entry() const noexcept { return {form.take(from.key), std::move(from.value)}; }
    };
-   taken.emplace(Made{entry});
+   taken.emplace(Made{entry, form});
    std::destroy_at(&entry);
    hashes(chunk)[place] = 0;
    --chunk.live;
