@@ -81,7 +81,8 @@ class GroupKeys {
    /// The same for the entry that a walk stands on.
    Entry at(Mdl::Walk<Keys> const& walk) { return walk.lookup(keys_); }
    Use const* find(HashedKey const& key) const { return keys_.find(key); }
-   void prefetch(HashedKey const& key) const noexcept { keys_.prefetchIndex(key.hash()); }
+   void prefetchIndex(HashedKey const& key) const noexcept { keys_.prefetchIndex(key.hash()); }
+   void prefetchEntry(HashedKey const& key) const noexcept { keys_.prefetchEntry(key.hash()); }
 
    bool isListed(HashedKey const& key) const {
       Use const* const use = find(key);

@@ -52,30 +52,42 @@ class FWD_EXPORT TunnelTypeDecapIp {
    Pkt::IpGenPrefix decapIp_;
 };
 
-/// How collections keep it.
-/// Cost: 19 bytes, at any address.
-class KeptTunnelTypeDecapIp {
+}  // namespace Fwd
+
+/// How collections keep it: 7 bytes (see pkt/PackedPrefix.h).
+template <>
+class Mdl::KeyForm<Fwd::TunnelTypeDecapIp> {
  public:
-   explicit KeptTunnelTypeDecapIp(TunnelTypeDecapIp const& pair) noexcept
-       : tunnelType_(pair.tunnelType()), decapIp_(pair.decapIp()) {}
+   class Kept {
+    public:
+      Kept(Pkt::PackedPrefix const& decapIp, Tunnel::Decap::TunnelType tunnelType) noexcept
+          : decapIp_(decapIp), tunnelType_(tunnelType) {}
 
-   TunnelTypeDecapIp key() const noexcept { return {tunnelType_, decapIp_.key()}; }
+    private:
+      friend KeyForm;
+      [[no_unique_address]] Pkt::PackedPrefix decapIp_;
+      Tunnel::Decap::TunnelType tunnelType_;
+   };
+   using Shown = Fwd::TunnelTypeDecapIp;
 
-   friend bool operator==(KeptTunnelTypeDecapIp const& kept,
-                          TunnelTypeDecapIp const& pair) noexcept {
-      return kept.tunnelType_ == pair.tunnelType() && kept.decapIp_ == pair.decapIp();
+   Kept keep(Fwd::TunnelTypeDecapIp const& pair) {
+      return Kept(prefixes_.keep(pair.decapIp()), pair.tunnelType());
+   }
+   Fwd::TunnelTypeDecapIp show(Kept const& kept) const noexcept {
+      return {kept.tunnelType_, prefixes_.show(kept.decapIp_)};
+   }
+   Fwd::TunnelTypeDecapIp take(Kept const& kept) noexcept {
+      return {kept.tunnelType_, prefixes_.take(kept.decapIp_)};
+   }
+   void drop(Kept const& kept) noexcept { prefixes_.drop(kept.decapIp_); }
+   bool isSame(Kept const& kept, Fwd::TunnelTypeDecapIp const& pair) const noexcept {
+      return kept.tunnelType_ == pair.tunnelType() &&
+             prefixes_.isSame(kept.decapIp_, pair.decapIp());
    }
 
  private:
-   Tunnel::Decap::TunnelType tunnelType_;
-   Pkt::PackedPrefix decapIp_;
+   Pkt::PrefixForm prefixes_;
 };
-
-}  // namespace Fwd
-
-template <>
-struct Mdl::KeyForm<Fwd::TunnelTypeDecapIp>
-    : Mdl::PackedForm<Fwd::TunnelTypeDecapIp, Fwd::KeptTunnelTypeDecapIp> {};
 
 template <>
 struct std::hash<Fwd::TunnelTypeDecapIp> {

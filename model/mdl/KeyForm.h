@@ -24,17 +24,4 @@ struct KeyForm {
    bool isSame(Kept const& kept, K const& key) const noexcept { return kept == key; }
 };
 
-/// For forms that need nothing but the key: `Kept` is made from a key and gives it back.
-template <class K, class KeptKey>
-struct PackedForm {
-   using Kept = KeptKey;
-   using Shown = K;
-
-   Kept keep(K const& key) const noexcept { return Kept(key); }
-   K show(Kept const& kept) const noexcept { return kept.key(); }
-   K take(Kept& kept) const noexcept { return kept.key(); }
-   void drop(Kept const&) const noexcept {}
-   bool isSame(Kept const& kept, K const& key) const noexcept { return kept == key; }
-};
-
 }  // namespace Mdl

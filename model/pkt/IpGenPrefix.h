@@ -19,7 +19,7 @@
 
 namespace Pkt {
 
-class PackedPrefix;
+class PrefixForm;
 
 /// A prefix of either family, or of none.
 ///
@@ -105,7 +105,7 @@ class MDL_EXPORT IpGenPrefix {
    friend MDL_EXPORT std::ostream& operator<<(std::ostream& out, IpGenPrefix const& prefix);
 
  private:
-   friend PackedPrefix;
+   friend PrefixForm;
 
    static constexpr Ip6Addr::Bytes spread(IpAddr addr) noexcept {
       std::uint32_t const value = addr.value();
