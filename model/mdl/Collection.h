@@ -140,7 +140,7 @@ class Collection {
 
    /// Removes the entry; false when absent.
    bool erase(K const& key) { return !empty() && erase(hashed(key)); }
-   bool erase(Hashed const& key) { return extract(key).has_value(); }
+   bool erase(Hashed const& key);
 
    /// Removes the entry and hands it out, so that the caller decides when it dies.
    std::optional<Entry> extract(K const& key) {
@@ -199,6 +199,9 @@ class Collection {
    Slot& appendKept(Hashed const& key, Args&&... args);
    Change assignAt(std::uint32_t at, V value);
    void extractAt(std::optional<Entry>& gone, std::uint32_t hash, std::uint32_t at);
+   auto eraseAt(std::uint32_t hash, std::uint32_t at);
+   void unindex(std::uint32_t hash, std::uint32_t at);
+   void holeLeft(std::uint32_t at);
    void buildIndex();
    void walkLeft() const noexcept;
    void closeHoles(std::uint32_t chunk) noexcept;

@@ -158,10 +158,45 @@ std::optional<CollectionEntry<K, V>> Collection<K, V, Hasher>::extract(Hashed co
 template <class K, class V, class Hasher>
 void Collection<K, V, Hasher>::extractAt(std::optional<Entry>& gone, std::uint32_t hash,
                                          std::uint32_t at) {
-   if (index_.active()) index_.erase(hash, at, hashes());
+   unindex(hash, at);
    store_.takeInto(gone, at, form_);
+   holeLeft(at);
+}
+
+template <class K, class V, class Hasher>
+bool Collection<K, V, Hasher>::erase(Hashed const& key) {
+   if (empty()) return false;
+   std::uint32_t const at = positionOf(key);
+   if (at == npos) return false;
+   [[maybe_unused]] auto const gone = eraseAt(key.hash(), at);
+   return true;
+}
+
+/// Gives what must die last: the entry, or only its value if the key is kept in another form, which
+/// has nothing to do with the world.
+template <class K, class V, class Hasher>
+auto Collection<K, V, Hasher>::eraseAt(std::uint32_t hash, std::uint32_t at) {
+   if constexpr (std::is_reference_v<typename Form::Shown>) {
+      std::optional<Entry> gone;
+      extractAt(gone, hash, at);
+      return gone;
+   } else {
+      unindex(hash, at);
+      V gone = store_.takeValue(at, form_);
+      holeLeft(at);
+      return gone;
+   }
+}
+
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::holeLeft(std::uint32_t at) {
    ++removals_;
    closeHoles(at >> Store::chunkBits);
+}
+
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::unindex(std::uint32_t hash, std::uint32_t at) {
+   if (index_.active()) index_.erase(hash, at, hashes());
 }
 
 template <class K, class V, class Hasher>

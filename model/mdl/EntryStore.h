@@ -147,6 +147,9 @@ class EntryStore {
    /// hole.
    template <class Entry, class Form>
    void takeInto(std::optional<Entry>& taken, std::uint32_t position, Form& form) noexcept;
+   /// The same for an entry whose key nobody wants to see.
+   template <class Form>
+   V takeValue(std::uint32_t position, Form& form) noexcept;
 
    /// Closes up the chunk `number` if its holes are worth it, and frees it if it is empty.
    /// `moved(hash, from, to)` is told of each entry that gets another position, after
@@ -194,6 +197,7 @@ class EntryStore {
       return hashes(*chunks_[position >> chunkBits].chunk) + (position & (chunkSlots - 1));
    }
    Chunk& mutableChunk(std::uint32_t number) noexcept { return *chunks_[number].chunk; }
+   void leaveHole(std::uint32_t position) noexcept;
    static Chunk* allocate(std::uint32_t capacity) noexcept;
    static void release(Chunk* chunk) noexcept {
       ::operator delete (static_cast<void*>(chunk), std::align_val_t{alignment});

@@ -68,17 +68,32 @@ template <class K, class V>
 template <class Entry, class Form>
 void EntryStore<K, V>::takeInto(std::optional<Entry>& taken, std::uint32_t position,
                                 Form& form) noexcept {
-   Chunk& chunk = mutableChunk(position >> chunkBits);
-   std::uint32_t const place = position & (chunkSlots - 1);
-   Slot& entry = slot(chunk, place);
    // Made where it is to stand: keys are large.
    struct Made {
       Slot& from;
       Form& form;
       operator Entry() const noexcept { return {form.take(from.key), std::move(from.value)}; }
    };
-   taken.emplace(Made{entry, form});
-   std::destroy_at(&entry);
+   taken.emplace(Made{at(position), form});
+   leaveHole(position);
+}
+
+template <class K, class V>
+template <class Form>
+V EntryStore<K, V>::takeValue(std::uint32_t position, Form& form) noexcept {
+   Slot& entry = at(position);
+   form.drop(entry.key);
+   V value(std::move(entry.value));
+   leaveHole(position);
+   return value;
+}
+
+/// What was in the slot has been taken out.
+template <class K, class V>
+void EntryStore<K, V>::leaveHole(std::uint32_t position) noexcept {
+   Chunk& chunk = mutableChunk(position >> chunkBits);
+   std::uint32_t const place = position & (chunkSlots - 1);
+   std::destroy_at(&slot(chunk, place));
    hashes(chunk)[place] = 0;
    --chunk.live;
    --live_;
