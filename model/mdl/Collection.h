@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <type_traits>
 #include <utility>
@@ -105,7 +106,10 @@ class Collection {
    /// The value under the key, null when absent. Valid as I4 says.
    V const* find(K const& key) const { return empty() ? nullptr : find(hashed(key)); }
    V* find(K const& key) { return empty() ? nullptr : find(hashed(key)); }
-   V const* find(Hashed const& key) const;
+   V const* find(Hashed const& key) const {
+      std::uint32_t const at = positionOf(key);
+      return at == npos ? nullptr : std::addressof(store_.at(at).value);
+   }
    V* find(Hashed const& key) { return const_cast<V*>(std::as_const(*this).find(key)); }
    bool contains(K const& key) const { return find(key) != nullptr; }
    bool contains(Hashed const& key) const { return find(key) != nullptr; }
@@ -140,7 +144,7 @@ class Collection {
 
    /// Removes the entry; false when absent.
    bool erase(K const& key) { return !empty() && erase(hashed(key)); }
-   bool erase(Hashed const& key);
+   bool erase(Hashed const& key) { return lookup(key).erase(); }
 
    /// Removes the entry and hands it out, so that the caller decides when it dies.
    std::optional<Entry> extract(K const& key) {
@@ -200,8 +204,13 @@ class Collection {
    Change assignAt(std::uint32_t at, V value);
    void extractAt(std::optional<Entry>& gone, std::uint32_t hash, std::uint32_t at);
    auto eraseAt(std::uint32_t hash, std::uint32_t at);
-   void unindex(std::uint32_t hash, std::uint32_t at);
-   void holeLeft(std::uint32_t at);
+   void unindex(std::uint32_t hash, std::uint32_t at) {
+      if (index_.active()) index_.erase(hash, at, hashes());
+   }
+   void holeLeft(std::uint32_t at) {
+      ++removals_;
+      closeHoles(at >> Store::chunkBits);
+   }
    void buildIndex();
    void walkLeft() const noexcept;
    void closeHoles(std::uint32_t chunk) noexcept;

@@ -59,12 +59,6 @@ std::uint32_t Collection<K, V, Hasher>::positionOfUnindexed(Hashed const& key) c
    return npos;
 }
 
-template <class K, class V, class Hasher>
-V const* Collection<K, V, Hasher>::find(Hashed const& key) const {
-   std::uint32_t const at = positionOf(key);
-   return at == npos ? nullptr : std::addressof(store_.at(at).value);
-}
-
 // ---- Inserting ----------------------------------------------------------------------------------
 
 template <class K, class V, class Hasher>
@@ -163,15 +157,6 @@ void Collection<K, V, Hasher>::extractAt(std::optional<Entry>& gone, std::uint32
    holeLeft(at);
 }
 
-template <class K, class V, class Hasher>
-bool Collection<K, V, Hasher>::erase(Hashed const& key) {
-   if (empty()) return false;
-   std::uint32_t const at = positionOf(key);
-   if (at == npos) return false;
-   [[maybe_unused]] auto const gone = eraseAt(key.hash(), at);
-   return true;
-}
-
 /// Gives what must die last: the entry, or only its value if the key is kept in another form, which
 /// has nothing to do with the world.
 template <class K, class V, class Hasher>
@@ -186,17 +171,6 @@ auto Collection<K, V, Hasher>::eraseAt(std::uint32_t hash, std::uint32_t at) {
       holeLeft(at);
       return gone;
    }
-}
-
-template <class K, class V, class Hasher>
-void Collection<K, V, Hasher>::holeLeft(std::uint32_t at) {
-   ++removals_;
-   closeHoles(at >> Store::chunkBits);
-}
-
-template <class K, class V, class Hasher>
-void Collection<K, V, Hasher>::unindex(std::uint32_t hash, std::uint32_t at) {
-   if (index_.active()) index_.erase(hash, at, hashes());
 }
 
 template <class K, class V, class Hasher>

@@ -131,9 +131,8 @@ class EntryStore {
    }
    /// The hashes of a chunk's slots, in their order.
    static std::uint32_t* hashes(Chunk const& chunk) noexcept {
-      return reinterpret_cast<std::uint32_t*>(reinterpret_cast<std::byte*>(
-                                                  &const_cast<Chunk&>(chunk)) +
-                                              slotBytes(chunk.capacity));
+      return reinterpret_cast<std::uint32_t*>(
+          reinterpret_cast<std::byte*>(&const_cast<Chunk&>(chunk)) + slotBytes(chunk.capacity));
    }
 
    /// Makes sure that `append` has a slot, and gives the position that it will use.
@@ -149,7 +148,13 @@ class EntryStore {
    void takeInto(std::optional<Entry>& taken, std::uint32_t position, Form& form) noexcept;
    /// The same for an entry whose key nobody wants to see.
    template <class Form>
-   V takeValue(std::uint32_t position, Form& form) noexcept;
+   V takeValue(std::uint32_t position, Form& form) noexcept {
+      Slot& entry = at(position);
+      form.drop(entry.key);
+      V value(std::move(entry.value));
+      leaveHole(position);
+      return value;
+   }
 
    /// Closes up the chunk `number` if its holes are worth it, and frees it if it is empty.
    /// `moved(hash, from, to)` is told of each entry that gets another position, after

@@ -78,16 +78,6 @@ void EntryStore<K, V>::takeInto(std::optional<Entry>& taken, std::uint32_t posit
    leaveHole(position);
 }
 
-template <class K, class V>
-template <class Form>
-V EntryStore<K, V>::takeValue(std::uint32_t position, Form& form) noexcept {
-   Slot& entry = at(position);
-   form.drop(entry.key);
-   V value(std::move(entry.value));
-   leaveHole(position);
-   return value;
-}
-
 /// What was in the slot has been taken out.
 template <class K, class V>
 void EntryStore<K, V>::leaveHole(std::uint32_t position) noexcept {

@@ -20,7 +20,9 @@ namespace {
 /// A key that is kept as a number of its form's own, and wherever it is shown is made again.
 struct Name {
    std::uint64_t text = 0;
-   std::uint32_t hash(std::uint32_t seed) const noexcept { return Mdl::Hash(seed).mix(text).result(); }
+   std::uint32_t hash(std::uint32_t seed) const noexcept {
+      return Mdl::Hash(seed).mix(text).result();
+   }
    friend auto operator<=>(Name const&, Name const&) = default;
 };
 

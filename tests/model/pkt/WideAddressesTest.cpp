@@ -30,8 +30,8 @@ TEST(WideAddresses, EachHasItsNumberAsLongAsItStays) {
          std::uint32_t const number = addresses.add(address(i));
          ASSERT_TRUE(expected.emplace(number, i).second) << number;
       } else {
-         auto const gone = std::next(expected.begin(), static_cast<std::ptrdiff_t>(
-                                                           random() % expected.size()));
+         auto const gone =
+             std::next(expected.begin(), static_cast<std::ptrdiff_t>(random() % expected.size()));
          addresses.remove(gone->first);
          expected.erase(gone);
       }
