@@ -27,7 +27,7 @@ using Pkt::emptyIntfId;
 ///
 /// A value: two keys with equal attributes are the same key. Never changes once it is made, but by
 /// assignment.
-/// Cost: 64 bytes; a copy shares the VRF's name. In a collection (DecapKeyForm.h) 22 bytes.
+/// Cost: 64 bytes; a copy shares the VRF's name. In a collection (DecapKeyForm.h) ten bytes.
 class FWD_EXPORT DecapKey {
  public:
    /// Every attribute zero, the prefixes of no family. The only key that is false.

@@ -150,19 +150,19 @@ TEST_F(KeyForm, WalksShowTheKeys) {
    Names names;
    for (std::uint32_t i = 0; i < 50; ++i) names.insertOrAssign(Name{49 - i}, i);
    std::uint32_t next = 0;
+   std::uint32_t shownAhead = 0;
    auto walk = names.walk();
    for (auto const& entry : walk) {
       EXPECT_EQ(entry.key.text, 49 - next);
       EXPECT_EQ(entry.hash, names.hashed(entry.key).hash());
-      bool shown = false;
       walk.ahead(3, [&](Names::Hashed const& ahead) {
-         shown = true;
+         ++shownAhead;
          EXPECT_EQ(ahead.key().text, 49 - next - 3);
       });
-      EXPECT_TRUE(shown || next > 3);
       if (next++ % 2 == 0) walk.lookup(names).erase();
    }
    EXPECT_EQ(next, 50U);
+   EXPECT_GE(shownAhead, 25U);  // none from one chunk of memory into the next
    std::uint64_t least = 0;
    for (auto const& entry : names.walkSorted()) {
       EXPECT_EQ(entry.key.text, least);
