@@ -106,6 +106,19 @@ TEST(PackedPrefix, ManyComeAndGo) {
    }
 }
 
+TEST(PackedPrefix, AnAddressGoesWithItsPrefix) {
+   Mdl::KeyForm<IpGenPrefix> form;
+   IpGenPrefix const stays(Pkt::Ip6Addr("2001:db8::1"));
+   IpGenPrefix const goes(Pkt::Ip6Addr("2001:db8::2"));
+   auto const kept = form.keep(stays);
+   Support::FailingNew const failing(0);
+   for (int i = 0; i < 1000; ++i) {
+      auto const other = form.keep(goes);
+      ASSERT_EQ(form.take(other), goes);
+   }
+   EXPECT_EQ(form.show(kept), stays);
+}
+
 TEST(PackedPrefix, AnAddressThatFindsNoMemoryLeavesNoTrace) {
    Prefixes prefixes;
    for (std::uint32_t number = 0; number < 300; ++number) {
