@@ -84,7 +84,7 @@ void FwdDecapGroupSm::doReview() {
 
 dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
    dgRetCode last = dgRcSuccess;
-   BooksAhead books{Mdl::Ptr<FwdDecapGroupSm const>(this)};
+   BooksAhead books(Mdl::Ptr<FwdDecapGroupSm const>(this), BooksAhead::Walked::backlog);
    auto walk = unprogrammedKey_.walk();
    for (auto const& waiting : walk) {
       DecapKey const& key = waiting.key;

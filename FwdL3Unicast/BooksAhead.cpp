@@ -15,10 +15,10 @@ void BooksAhead::prefetchIndexes(FwdDecapGroupSm const& stateMachine,
    stateMachine.tunnelTypeDecapIpToVrf().prefetchIndex(hashes.destination);
 }
 
-void BooksAhead::prefetchEntries(FwdDecapGroupSm const& stateMachine,
-                                 Hashes const& hashes) noexcept {
+void BooksAhead::prefetchEntries(FwdDecapGroupSm const& stateMachine, Hashes const& hashes,
+                                 Walked walked) noexcept {
    stateMachine.refCount().prefetchEntry(hashes.key);
-   stateMachine.unprogrammedKey().prefetchEntry(hashes.key);
+   if (walked != Walked::backlog) stateMachine.unprogrammedKey().prefetchEntry(hashes.key);
    stateMachine.tunnelTypeDecapIpToVrf().prefetchEntry(hashes.destination);
 }
 

@@ -19,9 +19,13 @@ namespace Fwd {
 /// Owner: the function that walks.
 class BooksAhead {
  public:
-   /// Null is for a group that has left its machine: nothing is loaded.
-   explicit BooksAhead(Mdl::Ptr<FwdDecapGroupSm const> stateMachine) noexcept
-       : stateMachine_(std::move(stateMachine)) {}
+   enum class Walked : std::uint8_t { group, backlog };
+
+   /// Null is for a group that has left its machine: nothing is loaded. A walk over the backlog
+   /// comes to its entries by itself.
+   explicit BooksAhead(Mdl::Ptr<FwdDecapGroupSm const> stateMachine,
+                       Walked walked = Walked::group) noexcept
+       : stateMachine_(std::move(stateMachine)), walked_(walked) {}
 
    /// For the next entry of the walk: to be called once for each.
    template <class Walk>
@@ -32,14 +36,14 @@ class BooksAhead {
       walk.ahead(far, [&](HashedKey const& key) { next = hashesOf(key); });
       if (!stateMachine_) return;
       if (next.key != 0) prefetchIndexes(*stateMachine_, next);
-      if (near.key != 0) prefetchEntries(*stateMachine_, near);
+      if (near.key != 0) prefetchEntries(*stateMachine_, near, walked_);
    }
 
    /// For one key whose turn has come: at least its searches wait side by side.
    static void load(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept {
       Hashes const hashes = hashesOf(key);
       prefetchIndexes(stateMachine, hashes);
-      prefetchEntries(stateMachine, hashes);
+      prefetchEntries(stateMachine, hashes, Walked::group);
    }
 
  private:
@@ -52,9 +56,11 @@ class BooksAhead {
 
    static Hashes hashesOf(HashedKey const& key) noexcept;
    static void prefetchIndexes(FwdDecapGroupSm const& stateMachine, Hashes const& hashes) noexcept;
-   static void prefetchEntries(FwdDecapGroupSm const& stateMachine, Hashes const& hashes) noexcept;
+   static void prefetchEntries(FwdDecapGroupSm const& stateMachine, Hashes const& hashes,
+                               Walked walked) noexcept;
 
    Mdl::Ptr<FwdDecapGroupSm const> const stateMachine_;
+   Walked const walked_;
    std::array<Hashes, far> hashes_;
    std::uint32_t turn_ = 0;
 };

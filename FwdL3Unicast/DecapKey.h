@@ -27,8 +27,7 @@ using Pkt::emptyIntfId;
 ///
 /// A value: two keys with equal attributes are the same key. Never changes once it is made, but by
 /// assignment.
-/// Cost: 64 bytes, one line of cache, of which the last four are free: a collection keeps its value
-///   there. A copy shares the VRF's name.
+/// Cost: 64 bytes; a copy shares the VRF's name. In a collection (DecapKeyForm.h) ten bytes.
 class FWD_EXPORT DecapKey {
  public:
    /// Every attribute zero, the prefixes of no family. The only key that is false.
@@ -105,8 +104,6 @@ class FWD_EXPORT DecapKey {
    Tunnel::Decap::PayloadType payloadType_ = Tunnel::Decap::PayloadType::unset;
 };
 
-static_assert(sizeof(DecapKey) == 64, "collections hold millions of keys");
-
 /// A key with the hash under which each collection of the machine has it: an event hashes its key
 /// once.
 using HashedKey = Mdl::Hashed<DecapKey>;
@@ -123,6 +120,9 @@ FWD_EXPORT extern DecapKey const invalidDecapKey;
 FWD_EXPORT extern DecapKey const emptyDecapKey;
 
 }  // namespace Fwd
+
+// Collections of keys keep what they have in common once.
+#include "FwdL3Unicast/DecapKeyForm.h"
 
 template <>
 struct std::hash<Fwd::DecapKey> {

@@ -12,15 +12,16 @@ namespace Fwd {
 
 /// How a group stands to a key that a configured prefix calls for.
 struct PrefixKeyUse {
+   // A byte for all, which fits behind the key.
    /// The value under which the key is listed in the group's public set.
-   bool value = false;
-   bool listed = false;
+   bool value : 1 = false;
+   bool listed : 1 = false;
    /// A prefix calls for the key now.
-   bool wanted = false;
+   bool wanted : 1 = false;
    /// One reference of the machine's count is this entry's.
-   bool held = false;
+   bool held : 1 = false;
    /// The key is being given back just now, and still listed.
-   bool leaving = false;
+   bool leaving : 1 = false;
 
    bool isWanted() const noexcept { return wanted; }
    bool isMember() const noexcept { return wanted || (listed && !leaving); }
@@ -80,7 +81,8 @@ class GroupKeys {
    /// The same for the entry that a walk stands on.
    Entry at(Mdl::Walk<Keys> const& walk) { return walk.lookup(keys_); }
    Use const* find(HashedKey const& key) const { return keys_.find(key); }
-   void prefetch(HashedKey const& key) const noexcept { keys_.prefetchIndex(key.hash()); }
+   void prefetchIndex(HashedKey const& key) const noexcept { keys_.prefetchIndex(key.hash()); }
+   void prefetchEntry(HashedKey const& key) const noexcept { keys_.prefetchEntry(key.hash()); }
 
    bool isListed(HashedKey const& key) const {
       Use const* const use = find(key);

@@ -23,8 +23,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    // 3.
    DecapKey const key = keyOf(prefix);
    HashedKey const hashed = hashedKey(key);
-   fromIp_.prefetch(hashed);
+   fromIp_.prefetchIndex(hashed);
    BooksAhead::load(*stateMachine, hashed);
+   fromIp_.prefetchEntry(hashed);
    FirstException errors;
    // 4.
    if (!isConfigured(prefix)) {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "FwdL3Unicast/Export.h"
+#include "mdl/KeyForm.h"
 #include "mdl/String.h"
 #include "pkt/IpGenPrefix.h"
+#include "pkt/PackedPrefix.h"
 #include "tunnel/decap/TunnelType.h"
 
 #include <compare>
@@ -51,6 +53,41 @@ class FWD_EXPORT TunnelTypeDecapIp {
 };
 
 }  // namespace Fwd
+
+/// How collections keep it: 7 bytes (see pkt/PackedPrefix.h).
+template <>
+class Mdl::KeyForm<Fwd::TunnelTypeDecapIp> {
+ public:
+   class Kept {
+    public:
+      Kept(Pkt::PackedPrefix const& decapIp, Tunnel::Decap::TunnelType tunnelType) noexcept
+          : decapIp_(decapIp), tunnelType_(tunnelType) {}
+
+    private:
+      friend KeyForm;
+      [[no_unique_address]] Pkt::PackedPrefix decapIp_;
+      Tunnel::Decap::TunnelType tunnelType_;
+   };
+   using Shown = Fwd::TunnelTypeDecapIp;
+
+   Kept keep(Fwd::TunnelTypeDecapIp const& pair) {
+      return Kept(prefixes_.keep(pair.decapIp()), pair.tunnelType());
+   }
+   Fwd::TunnelTypeDecapIp show(Kept const& kept) const noexcept {
+      return {kept.tunnelType_, prefixes_.show(kept.decapIp_)};
+   }
+   Fwd::TunnelTypeDecapIp take(Kept const& kept) noexcept {
+      return {kept.tunnelType_, prefixes_.take(kept.decapIp_)};
+   }
+   void drop(Kept const& kept) noexcept { prefixes_.drop(kept.decapIp_); }
+   bool isSame(Kept const& kept, Fwd::TunnelTypeDecapIp const& pair) const noexcept {
+      return kept.tunnelType_ == pair.tunnelType() &&
+             prefixes_.isSame(kept.decapIp_, pair.decapIp());
+   }
+
+ private:
+   Pkt::PrefixForm prefixes_;
+};
 
 template <>
 struct std::hash<Fwd::TunnelTypeDecapIp> {

@@ -6,6 +6,7 @@
 #include "mdl/CollectionWalk.h"
 #include "mdl/EntryStore.h"
 #include "mdl/HashIndex.h"
+#include "mdl/KeyForm.h"
 #include "mdl/KeyHash.h"
 #include "mdl/Lookup.h"
 #include "mdl/WalkList.h"
@@ -14,7 +15,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <memory>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 namespace Mdl {
@@ -59,6 +62,7 @@ class Hashed {
 /// Re-entrancy: as I4, I5 and walks say. Hashing, comparing and copying keys and values must not
 ///   call back.
 /// Exceptions: an insertion that fails has changed nothing. Moving a key or a value must not throw.
+/// Keys may be kept in a form of their own (mdl/KeyForm.h), which takes less room.
 /// Cost: find, insert, remove O(1); 104 bytes empty, then an entry and 4 bytes each, and from nine
 ///   entries on 6 to 13 bytes of index. Memory follows the number of entries down as well.
 ///
@@ -70,7 +74,7 @@ class Collection {
    using Key = K;
    using Value = V;
    using Entry = CollectionEntry<K, V>;
-   using EntryRef = CollectionEntryRef<K, V>;
+   using EntryRef = CollectionEntryRef<typename KeyForm<K>::Shown, V>;
 
    static constexpr std::uint32_t mostUnindexed = 8;
 
@@ -102,7 +106,10 @@ class Collection {
    /// The value under the key, null when absent. Valid as I4 says.
    V const* find(K const& key) const { return empty() ? nullptr : find(hashed(key)); }
    V* find(K const& key) { return empty() ? nullptr : find(hashed(key)); }
-   V const* find(Hashed const& key) const;
+   V const* find(Hashed const& key) const {
+      std::uint32_t const at = positionOf(key);
+      return at == npos ? nullptr : std::addressof(store_.at(at).value);
+   }
    V* find(Hashed const& key) { return const_cast<V*>(std::as_const(*this).find(key)); }
    bool contains(K const& key) const { return find(key) != nullptr; }
    bool contains(Hashed const& key) const { return find(key) != nullptr; }
@@ -137,7 +144,7 @@ class Collection {
 
    /// Removes the entry; false when absent.
    bool erase(K const& key) { return !empty() && erase(hashed(key)); }
-   bool erase(Hashed const& key) { return extract(key).has_value(); }
+   bool erase(Hashed const& key) { return lookup(key).erase(); }
 
    /// Removes the entry and hands it out, so that the caller decides when it dies.
    std::optional<Entry> extract(K const& key) {
@@ -172,7 +179,8 @@ class Collection {
    friend Lookup<Collection>;
    friend CollectionOrder<Collection>;
 
-   using Store = EntryStore<K, V>;
+   using Form = KeyForm<K>;
+   using Store = EntryStore<typename Form::Kept, V>;
    using Slot = typename Store::Slot;
    static constexpr std::uint32_t npos = Store::npos;
 
@@ -191,8 +199,18 @@ class Collection {
    [[gnu::noinline]] std::uint32_t positionOfUnindexed(Hashed const& key) const;
    template <class... Args>
    Slot& insertAbsent(Hashed const& key, std::uint32_t& at, Args&&... args);
+   template <class... Args>
+   Slot& appendKept(Hashed const& key, Args&&... args);
    Change assignAt(std::uint32_t at, V value);
    void extractAt(std::optional<Entry>& gone, std::uint32_t hash, std::uint32_t at);
+   auto eraseAt(std::uint32_t hash, std::uint32_t at);
+   void unindex(std::uint32_t hash, std::uint32_t at) {
+      if (index_.active()) index_.erase(hash, at, hashes());
+   }
+   void holeLeft(std::uint32_t at) {
+      ++removals_;
+      closeHoles(at >> Store::chunkBits);
+   }
    void buildIndex();
    void walkLeft() const noexcept;
    void closeHoles(std::uint32_t chunk) noexcept;
@@ -200,6 +218,7 @@ class Collection {
    template <class Visit>
    void forEachPosition(Visit const& visit) const;
 
+   [[no_unique_address]] Form form_;
    Store store_;
    HashIndex index_;
    mutable WalkList walks_;

@@ -8,7 +8,8 @@ namespace Mdl {
 
 template <class K, class V, class Hasher>
 Collection<K, V, Hasher>::Collection(Collection&& other) noexcept
-    : store_(std::move(other.store_)), index_(std::move(other.index_)), seed_(other.seed_) {
+    : form_(std::exchange(other.form_, Form())), store_(std::move(other.store_)),
+      index_(std::move(other.index_)), seed_(other.seed_) {
    other.walks_.endAll();
    ++other.removals_;
    other.untidy_ = false;
@@ -21,6 +22,7 @@ Collection<K, V, Hasher>& Collection<K, V, Hasher>::operator=(Collection&& other
    walks_.endAll();
    ++removals_;
    untidy_ = false;
+   std::swap(form_, arrived.form_);
    store_.swap(arrived.store_);
    std::swap(index_, arrived.index_);
    std::swap(seed_, arrived.seed_);
@@ -36,7 +38,7 @@ std::uint32_t Collection<K, V, Hasher>::positionOf(Hashed const& key) const {
 #endif
    if (index_.active()) {
       return index_.find(key.hash(), [this, &wanted = key.key()](std::uint32_t at) {
-         return store_.at(at).key == wanted;
+         return form_.isSame(store_.at(at).key, wanted);
       });
    }
    return positionOfUnindexed(key);
@@ -48,19 +50,13 @@ std::uint32_t Collection<K, V, Hasher>::positionOfUnindexed(Hashed const& key) c
       auto const& chunk = store_.chunk(number);
       for (std::uint32_t place = 0; place < chunk.used; ++place) {
          if (store_.hashes(chunk)[place] == key.hash() &&
-             store_.slot(chunk, place).key == key.key()) {
+             form_.isSame(store_.slot(chunk, place).key, key.key())) {
             return store_.position(number, place);
          }
       }
       number = chunk.next;
    }
    return npos;
-}
-
-template <class K, class V, class Hasher>
-V const* Collection<K, V, Hasher>::find(Hashed const& key) const {
-   std::uint32_t const at = positionOf(key);
-   return at == npos ? nullptr : std::addressof(store_.at(at).value);
 }
 
 // ---- Inserting ----------------------------------------------------------------------------------
@@ -107,10 +103,28 @@ typename Collection<K, V, Hasher>::Slot& Collection<K, V, Hasher>::insertAbsent(
    std::uint32_t const free = store_.room();
    if (!index_.active() && store_.positions() == mostUnindexed) buildIndex();
    if (index_.active()) index_.makeRoom(key.hash(), hashes());
-   Slot& slot = store_.append(key.hash(), key.key(), std::forward<Args>(args)...);
+   Slot& slot = appendKept(key, std::forward<Args>(args)...);
    if (index_.active()) index_.insert(key.hash(), free);
    at = free;
    return slot;
+}
+
+/// The entry with its key in the form in which it is kept.
+template <class K, class V, class Hasher>
+template <class... Args>
+typename Collection<K, V, Hasher>::Slot& Collection<K, V, Hasher>::appendKept(Hashed const& key,
+                                                                              Args&&... args) {
+   auto&& kept = form_.keep(key.key());
+   if constexpr (std::is_nothrow_constructible_v<V, Args...>) {
+      return store_.append(key.hash(), kept, std::forward<Args>(args)...);
+   } else {
+      try {
+         return store_.append(key.hash(), kept, std::forward<Args>(args)...);
+      } catch (...) {
+         form_.drop(kept);
+         throw;
+      }
+   }
 }
 
 template <class K, class V, class Hasher>
@@ -138,15 +152,31 @@ std::optional<CollectionEntry<K, V>> Collection<K, V, Hasher>::extract(Hashed co
 template <class K, class V, class Hasher>
 void Collection<K, V, Hasher>::extractAt(std::optional<Entry>& gone, std::uint32_t hash,
                                          std::uint32_t at) {
-   if (index_.active()) index_.erase(hash, at, hashes());
-   store_.takeInto(gone, at);
-   ++removals_;
-   closeHoles(at >> Store::chunkBits);
+   unindex(hash, at);
+   store_.takeInto(gone, at, form_);
+   holeLeft(at);
+}
+
+/// Gives what must die last: the entry, or only its value if the key is kept in another form, which
+/// has nothing to do with the world.
+template <class K, class V, class Hasher>
+auto Collection<K, V, Hasher>::eraseAt(std::uint32_t hash, std::uint32_t at) {
+   if constexpr (std::is_reference_v<typename Form::Shown>) {
+      std::optional<Entry> gone;
+      extractAt(gone, hash, at);
+      return gone;
+   } else {
+      unindex(hash, at);
+      V gone = store_.takeValue(at, form_);
+      holeLeft(at);
+      return gone;
+   }
 }
 
 template <class K, class V, class Hasher>
 void Collection<K, V, Hasher>::clear() noexcept {
    // The entries die with `old`, after the last use of this collection.
+   [[maybe_unused]] Form const oldForm(std::exchange(form_, Form()));
    Store const old(std::move(store_));
    index_.clear();
    walks_.endAll();
@@ -210,7 +240,7 @@ void Collection<K, V, Hasher>::checkInvariants() const {
    MDL_ASSERT(index_.active() || store_.positions() <= mostUnindexed);
    index_.checkInvariants(index_.active() ? size() : 0, hashes());
    forEachPosition([&](std::uint32_t at) {
-      K const& key = store_.at(at).key;
+      K const& key = form_.show(store_.at(at).key);
       MDL_ASSERT(store_.hashAt(at) == hashed(key).hash());
       MDL_ASSERT(positionOf(hashed(key)) == at);
    });

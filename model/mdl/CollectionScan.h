@@ -8,10 +8,11 @@
 
 namespace Mdl {
 
-/// What a scan shows of an entry: references into the collection.
-template <class K, class V>
+/// What a scan shows of an entry: references into the collection, but for a key that is kept in
+/// another form.
+template <class Shown, class V>
 struct CollectionEntryRef {
-   K const& key;
+   Shown key;
    V const& value;
 };
 
@@ -42,7 +43,7 @@ class CollectionScan {
 
    value_type operator*() const noexcept {
       auto const& slot = Store::slot(*slots_, place_);
-      return {slot.key, slot.value};
+      return {collection_->form_.show(slot.key), slot.value};
    }
 
    CollectionScan& operator++() {

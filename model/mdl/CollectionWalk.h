@@ -95,7 +95,8 @@ class PinnedWalk : private WalkList::Link {
       if (position == Collection::npos) return;
       position_ = position;
       auto const& slot = collection_->store_.at(position);
-      pin_.emplace(Entry{{slot.key, slot.value}, collection_->store_.hashAt(position)});
+      pin_.emplace(Entry{{collection_->form_.show(slot.key), slot.value},
+                         collection_->store_.hashAt(position)});
    }
 
    Collection const* collection_;
@@ -122,7 +123,9 @@ class Walk : public PinnedWalk<Collection, Walk<Collection>> {
       auto const& chunk = store.chunk(chunk_);
       std::uint32_t const place = place_ + steps - 1;
       if (place >= chunk.used || store.hashes(chunk)[place] == 0) return;
-      visit(typename Collection::Hashed(store.slot(chunk, place).key, store.hashes(chunk)[place]));
+      typename Collection::Key const& key =
+          this->collection().form_.show(store.slot(chunk, place).key);
+      visit(typename Collection::Hashed(key, store.hashes(chunk)[place]));
    }
 
  private:
@@ -158,8 +161,9 @@ class SortedWalk : public PinnedWalk<Collection, SortedWalk<Collection>> {
       auto const& store = collection.store_;
       order_.reserve(collection.size());
       collection.forEachPosition([&](std::uint32_t at) { order_.push_back(at); });
-      std::sort(order_.begin(), order_.end(), [&store](std::uint32_t a, std::uint32_t b) {
-         return store.at(a).key < store.at(b).key;
+      auto const& form = collection.form_;
+      std::sort(order_.begin(), order_.end(), [&](std::uint32_t a, std::uint32_t b) {
+         return form.show(store.at(a).key) < form.show(store.at(b).key);
       });
    }
 

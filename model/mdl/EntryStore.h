@@ -25,7 +25,7 @@ struct CollectionEntry {
 
 /// The entries of one collection, dense and in the order of their insertion.
 ///
-/// Owner: the collection. Not shared.
+/// Owner: the collection. Not shared. `K` is the form in which it keeps its keys.
 ///
 /// Design. Entries stand in *chunks* of up to `chunkSlots`, linked in order; new ones go to the
 /// end of the last chunk, and a new chunk is as large as all before it, up to that limit. So a
@@ -52,7 +52,6 @@ struct CollectionEntry {
 template <class K, class V>
 class EntryStore {
  public:
-   using Entry = CollectionEntry<K, V>;
    static constexpr std::uint32_t npos = 0xffffffffU;
    static constexpr unsigned chunkBits = 10;
    static constexpr std::uint32_t chunkSlots = 1U << chunkBits;
@@ -60,8 +59,8 @@ class EntryStore {
 
    /// One entry. Nobody assigns to the key, which would write over the value in its padding.
    struct Slot {
-      template <class... Args>
-      explicit Slot(K const& k, Args&&... args) : key(k), value(std::forward<Args>(args)...) {}
+      template <class Key, class... Args>
+      explicit Slot(Key const& k, Args&&... args) : key(k), value(std::forward<Args>(args)...) {}
       Slot(Slot&& other) noexcept : key(std::move(other.key)), value(std::move(other.value)) {}
       Slot(Slot const&) = delete;
       Slot& operator=(Slot const&) = delete;
@@ -120,7 +119,9 @@ class EntryStore {
    void prefetch(std::uint32_t position) const noexcept {
       Chunk const& chunk = *chunks_[position >> chunkBits].chunk;
       std::uint32_t const place = position & (chunkSlots - 1);
-      Mdl::prefetch(&slot(chunk, place));
+      Slot const& entry = slot(chunk, place);
+      Mdl::prefetch(&entry);
+      if constexpr (!evenlyPlaced) Mdl::prefetch(reinterpret_cast<char const*>(&entry + 1) - 1);
       Mdl::prefetch(hashes(chunk) + place);
    }
 
@@ -131,18 +132,29 @@ class EntryStore {
    /// The hashes of a chunk's slots, in their order.
    static std::uint32_t* hashes(Chunk const& chunk) noexcept {
       return reinterpret_cast<std::uint32_t*>(
-          slotMemory(const_cast<Chunk&>(chunk), chunk.capacity));
+          reinterpret_cast<std::byte*>(&const_cast<Chunk&>(chunk)) + slotBytes(chunk.capacity));
    }
 
    /// Makes sure that `append` has a slot, and gives the position that it will use.
    std::uint32_t room();
 
    /// Adds an entry at the end, whose value is made from `args`. `room` came before.
-   template <class... Args>
-   Slot& append(std::uint32_t hash, K const& key, Args&&... args);
+   template <class Key, class... Args>
+   Slot& append(std::uint32_t hash, Key const& key, Args&&... args);
 
-   /// Removes the entry at `position` and hands it out; its slot is a hole.
-   void takeInto(std::optional<Entry>& taken, std::uint32_t position) noexcept;
+   /// Removes the entry at `position` and hands it out, its key as `form` gives it; its slot is a
+   /// hole.
+   template <class Entry, class Form>
+   void takeInto(std::optional<Entry>& taken, std::uint32_t position, Form& form) noexcept;
+   /// The same for an entry whose key nobody wants to see.
+   template <class Form>
+   V takeValue(std::uint32_t position, Form& form) noexcept {
+      Slot& entry = at(position);
+      form.drop(entry.key);
+      V value(std::move(entry.value));
+      leaveHole(position);
+      return value;
+   }
 
    /// Closes up the chunk `number` if its holes are worth it, and frees it if it is empty.
    /// `moved(hash, from, to)` is told of each entry that gets another position, after
@@ -161,8 +173,8 @@ class EntryStore {
 
  private:
    /// Entries that can share out cache lines evenly do not straddle them.
-   static constexpr std::size_t slotAlignment =
-       sizeof(Slot) <= 64 && std::has_single_bit(sizeof(Slot)) ? sizeof(Slot) : alignof(Slot);
+   static constexpr bool evenlyPlaced = sizeof(Slot) <= 64 && std::has_single_bit(sizeof(Slot));
+   static constexpr std::size_t slotAlignment = evenlyPlaced ? sizeof(Slot) : alignof(Slot);
    static constexpr std::size_t alignment = std::max(slotAlignment, alignof(Chunk));
    static constexpr std::size_t headBytes =
        (sizeof(Chunk) + slotAlignment - 1) / slotAlignment * slotAlignment;
@@ -178,13 +190,19 @@ class EntryStore {
    static Slot* slotMemory(Chunk& chunk, std::uint32_t place) noexcept {
       return reinterpret_cast<Slot*>(reinterpret_cast<std::byte*>(&chunk) + headBytes) + place;
    }
+   /// Where the hashes begin.
+   static std::size_t slotBytes(std::uint32_t capacity) noexcept {
+      constexpr std::size_t unit = alignof(std::uint32_t);
+      return (headBytes + capacity * sizeof(Slot) + unit - 1) / unit * unit;
+   }
    static std::size_t bytesOf(std::uint32_t capacity) noexcept {
-      return headBytes + capacity * (sizeof(Slot) + sizeof(std::uint32_t));
+      return slotBytes(capacity) + capacity * sizeof(std::uint32_t);
    }
    std::uint32_t* hashPlace(std::uint32_t position) const noexcept {
       return hashes(*chunks_[position >> chunkBits].chunk) + (position & (chunkSlots - 1));
    }
    Chunk& mutableChunk(std::uint32_t number) noexcept { return *chunks_[number].chunk; }
+   void leaveHole(std::uint32_t position) noexcept;
    static Chunk* allocate(std::uint32_t capacity) noexcept;
    static void release(Chunk* chunk) noexcept {
       ::operator delete (static_cast<void*>(chunk), std::align_val_t{alignment});

@@ -49,8 +49,8 @@ void EntryStore<K, V>::addChunk() {
 }
 
 template <class K, class V>
-template <class... Args>
-typename EntryStore<K, V>::Slot& EntryStore<K, V>::append(std::uint32_t hash, K const& key,
+template <class Key, class... Args>
+typename EntryStore<K, V>::Slot& EntryStore<K, V>::append(std::uint32_t hash, Key const& key,
                                                           Args&&... args) {
    static_assert(std::is_nothrow_move_constructible_v<K>, "compaction must not fail");
    static_assert(std::is_nothrow_move_constructible_v<V>, "compaction must not fail");
@@ -65,17 +65,25 @@ typename EntryStore<K, V>::Slot& EntryStore<K, V>::append(std::uint32_t hash, K 
 }
 
 template <class K, class V>
-void EntryStore<K, V>::takeInto(std::optional<Entry>& taken, std::uint32_t position) noexcept {
-   Chunk& chunk = mutableChunk(position >> chunkBits);
-   std::uint32_t const place = position & (chunkSlots - 1);
-   Slot& entry = slot(chunk, place);
+template <class Entry, class Form>
+void EntryStore<K, V>::takeInto(std::optional<Entry>& taken, std::uint32_t position,
+                                Form& form) noexcept {
    // Made where it is to stand: keys are large.
    struct Made {
       Slot& from;
-      operator Entry() const noexcept { return {std::move(from.key), std::move(from.value)}; }
+      Form& form;
+      operator Entry() const noexcept { return {form.take(from.key), std::move(from.value)}; }
    };
-   taken.emplace(Made{entry});
-   std::destroy_at(&entry);
+   taken.emplace(Made{at(position), form});
+   leaveHole(position);
+}
+
+/// What was in the slot has been taken out.
+template <class K, class V>
+void EntryStore<K, V>::leaveHole(std::uint32_t position) noexcept {
+   Chunk& chunk = mutableChunk(position >> chunkBits);
+   std::uint32_t const place = position & (chunkSlots - 1);
+   std::destroy_at(&slot(chunk, place));
    hashes(chunk)[place] = 0;
    --chunk.live;
    --live_;

@@ -9,6 +9,13 @@
 
 namespace Mdl {
 
+namespace {
+
+/// From sixteen tables on, some 100,000 positions, the hashes are more than a cache holds near.
+constexpr unsigned leastDepthOfMany = 4;
+
+}  // namespace
+
 HashIndex::HashIndex(HashIndex&& other) noexcept
     : directory_(std::exchange(other.directory_, {})), tables_(std::exchange(other.tables_, 0)),
       shift_(std::exchange(other.shift_, 0)) {}
@@ -84,10 +91,16 @@ void HashIndex::forEach(Table& table, Visit const& visit) {
    }
 }
 
-/// The same with each position's hash. Hashes lie all over the array of entries; they are loaded
-/// many at once, because one after the other each would be waited for.
+/// The same with each position's hash. Hashes lie all over the array of entries; where there are
+/// many they are loaded many at once, because one after the other each would be waited for.
 template <class Visit>
 void HashIndex::forEachHashed(Table& table, Hashes const& hashes, Visit const& visit) {
+   if (table.depth < leastDepthOfMany) {
+      forEach(table, [&](std::uint32_t position) {
+         visit(hashes.at(hashes.entries, position), position);
+      });
+      return;
+   }
    constexpr std::size_t atOnce = 128;
    std::array<std::uint32_t, atOnce> positions;
    std::array<std::uint32_t, atOnce> loaded;

@@ -88,7 +88,14 @@ class Lookup {
       note();
       return gone;
    }
-   bool erase() { return extract().has_value(); }
+   bool erase() {
+      refresh();
+      if (position_ == npos) return false;
+      [[maybe_unused]] auto const gone =
+          collection_->eraseAt(key_.hash(), std::exchange(position_, npos));
+      note();
+      return true;
+   }
 
  private:
    static constexpr std::uint32_t npos = Collection::npos;

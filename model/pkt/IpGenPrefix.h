@@ -19,6 +19,8 @@
 
 namespace Pkt {
 
+class PrefixForm;
+
 /// A prefix of either family, or of none.
 ///
 /// I1: the length is not greater than the family's addresses are wide.
@@ -103,6 +105,8 @@ class MDL_EXPORT IpGenPrefix {
    friend MDL_EXPORT std::ostream& operator<<(std::ostream& out, IpGenPrefix const& prefix);
 
  private:
+   friend PrefixForm;
+
    static constexpr Ip6Addr::Bytes spread(IpAddr addr) noexcept {
       std::uint32_t const value = addr.value();
       return {static_cast<std::uint8_t>(value >> 24), static_cast<std::uint8_t>(value >> 16),
@@ -145,3 +149,6 @@ static_assert(sizeof(IpGenPrefix) == 24, "keys are made of prefixes without a ga
 inline constexpr IpGenPrefix ipGenPrefixV4Zero{IpAddr(), 0};
 
 }  // namespace Pkt
+
+// Collections of prefixes keep them packed.
+#include "pkt/PackedPrefix.h"
