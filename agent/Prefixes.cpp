@@ -10,8 +10,8 @@ bool covers(Pkt::IpGenPrefix const& outer, Pkt::IpGenPrefix const& inner) noexce
       std::uint32_t const differ = outer.ipAddr().value() ^ inner.ipAddr().value();
       return outer.length() == 0 || differ >> (Pkt::IpAddr::bits - outer.length()) == 0;
    }
-   auto const& a = outer.ip6Addr().bytes();
-   auto const& b = inner.ip6Addr().bytes();
+   auto const a = outer.ip6Addr().bytes();
+   auto const b = inner.ip6Addr().bytes();
    std::size_t const whole = outer.length() / 8;
    for (std::size_t i = 0; i < whole; ++i) {
       if (a[i] != b[i]) return false;

@@ -8,11 +8,20 @@
 
 namespace Agent {
 
+namespace {
+
+/// A good hundred years. Behind it the system's clock comes to the end of its numbers.
+constexpr Mdl::Seconds farthest = 4e9;
+
+}  // namespace
+
 std::string TimeScale::text(Mdl::Seconds time) const {
-   if (!zero_) return secondsText(time) + " s";
+   if (!zero_ || !(time < farthest)) return secondsText(time) + " s";
    using std::chrono::milliseconds;
-   auto const since = std::chrono::duration_cast<milliseconds>(zero_->time_since_epoch() +
-                                                               std::chrono::duration<double>(time));
+   // Nanoseconds before they are added up: a sum of seconds since 1970 is too coarse.
+   auto const since = std::chrono::floor<milliseconds>(
+       zero_->time_since_epoch() +
+       std::chrono::round<std::chrono::nanoseconds>(std::chrono::duration<double>(time)));
    auto const whole = std::chrono::floor<std::chrono::seconds>(since);
    std::time_t const seconds = whole.count();
    std::tm parts{};

@@ -18,7 +18,8 @@ class TimeScale {
    explicit TimeScale(WallTime zero) : zero_(zero) {}
 
    bool hasWallTime() const noexcept { return zero_.has_value(); }
-   /// "12.345 s", or in UTC "2026-01-31 19:02:11.345Z" (RFC 3339).
+   /// "12.345 s", or in UTC "2026-01-31 19:02:11.345Z" (RFC 3339). What is more than a century away
+   /// is told in seconds.
    std::string text(Mdl::Seconds time) const;
    /// Seconds since 1970; `time` itself where the wall's time is not known.
    double unixSeconds(Mdl::Seconds time) const noexcept;

@@ -32,7 +32,6 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr unsigned warning = 4;
-constexpr unsigned info = 6;
 constexpr mode_t ownerAndGroup = 0660;
 
 void check(int result, std::string const& what) {
@@ -69,7 +68,7 @@ class ControlServer::Impl {
    }
 
    ~Impl() {
-      ending_ = true;
+      *gone_ = true;
       error_code ignored;
       acceptor_.close(ignored);
       // Nobody tells on the way out.
@@ -108,18 +107,18 @@ class ControlServer::Impl {
    }
 
    void accept() {
-      if (accepting_ || ending_ || sessions_.size() >= host_.limits.clients) return;
+      if (accepting_ || *gone_ || sessions_.size() >= host_.limits.clients) return;
       accepting_ = true;
-      acceptor_.async_accept([this](error_code error, Local::socket socket) {
-         if (error == asio::error::operation_aborted) return;
+      acceptor_.async_accept([this, gone = gone_](error_code error, Local::socket socket) {
+         if (*gone || error == asio::error::operation_aborted) return;
          accepting_ = false;
          if (!error) welcome(std::move(socket));
          if (error) {
             // Out of descriptors, most likely: not at once again.
             host_.log(warning, "a client cannot be taken: " + error.message());
             pause_.expires_after(std::chrono::seconds(1));
-            pause_.async_wait([this](error_code stopped) {
-               if (!stopped) accept();
+            pause_.async_wait([this, gone = gone_](error_code stopped) {
+               if (!*gone && !stopped) accept();
             });
             return;
          }
@@ -157,7 +156,7 @@ class ControlServer::Impl {
 
    /// One command, unless one has just been obeyed: then the rest of the agent has its turn first.
    void dispatch() {
-      if (resting_ || waiting_.empty() || ending_) return;
+      if (resting_ || waiting_.empty() || *gone_) return;
       auto const session = std::move(waiting_.front());
       waiting_.pop_front();
       auto const start = Clock::now();
@@ -165,8 +164,8 @@ class ControlServer::Impl {
       auto const took = Clock::now() - start;
       resting_ = true;
       rest_.expires_after(took);
-      rest_.async_wait([this](error_code stopped) {
-         if (stopped) return;
+      rest_.async_wait([this, gone = gone_](error_code stopped) {
+         if (*gone || stopped) return;
          resting_ = false;
          dispatch();
       });
@@ -193,8 +192,8 @@ class ControlServer::Impl {
       auto const run = std::make_shared<Run>(loop_, std::move(dryRun));
       runs_.insert(run);
       asio::async_read(run->pipe, asio::dynamic_buffer(run->text, host_.limits.dryRunText),
-                       [this, run, session](error_code error, std::size_t) {
-                          if (error == asio::error::operation_aborted) return;
+                       [this, run, session, gone = gone_](error_code error, std::size_t) {
+                          if (*gone || error == asio::error::operation_aborted) return;
                           runs_.erase(run);
                           session->reply(replyOf(*run, error));
                        });
@@ -220,7 +219,8 @@ class ControlServer::Impl {
    std::set<std::shared_ptr<Run>> runs_;
    bool accepting_ = false;
    bool resting_ = false;
-   bool ending_ = false;
+   /// Handlers that were due when the server went are still called.
+   std::shared_ptr<bool> const gone_ = std::make_shared<bool>(false);
 };
 
 ControlServer::ControlServer(asio::io_context& loop, Console& console,
