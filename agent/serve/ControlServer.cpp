@@ -47,6 +47,8 @@ void clearTheWay(asio::io_context& loop, std::string const& path) {
    error_code error;
    probe.connect(Local::endpoint(path), error);
    if (!error) throw std::runtime_error("another agent listens at " + path);
+   // Whatever else keeps us out need not keep others out.
+   if (error != asio::error::connection_refused) throw std::system_error(error, path);
    check(unlink(path.c_str()), path);
 }
 
