@@ -36,8 +36,7 @@ std::string ofGroup(JournalLine const& line, Wanted const& wanted) {
    if (line.is(3, "forwardingVrf")) return group + ": VRF " + rest(line, 4);
    bool const isGone = line.isNull(line.size() - 1);
    if (line.is(3, "decapIntf")) {
-      return group + (isGone ? ": interface entry removed " : ": interface entry ") +
-             line.shown(4);
+      return group + (isGone ? ": interface entry removed " : ": interface entry ") + line.shown(4);
    }
    if (line.is(3, "decapExcludeIntfSet")) return group + ": excluded interfaces";
    return group + ": " + rest(line, 3);

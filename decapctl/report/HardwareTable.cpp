@@ -7,8 +7,7 @@ namespace Ctl::Report {
 
 namespace {
 
-/// A removal and a programming of a destination that lie no further apart belong together, and so do
-/// two such pairs.
+/// A removal and a programming of a destination that lie no further apart belong together.
 constexpr double soonAfter = 1.0;
 
 void noteFull(Use& use) {
@@ -83,8 +82,8 @@ void HardwareTable::supersede(KeyId id) {
    KeyWords const words(book_[id].text);
    std::vector<KeyId> gone;
    for (KeyId const other : book_[id].destination->present) {
-      bool const isInTheWay = heldOver_.contains(other) && other != id &&
-                              KeyWords(book_[other].text).vrf != words.vrf;
+      bool const isInTheWay =
+          heldOver_.contains(other) && other != id && KeyWords(book_[other].text).vrf != words.vrf;
       if (isInTheWay) gone.push_back(other);
    }
    std::for_each(gone.begin(), gone.end(), [this](KeyId other) { takeOut(other); });
@@ -95,9 +94,8 @@ void HardwareTable::rekeyed(Place since, Place now) {
    if (gap > soonAfter) return;
    ++run_.rekeyed;
    run_.longestGap = std::max(run_.longestGap, gap);
-   bool const goesOn =
-       !run_.bursts.empty() && since.time - run_.bursts.back().span.end.time <= soonAfter;
-   if (!goesOn) run_.bursts.push_back({{since, now, true}, 0, 0});
+   if (!goesOn_) run_.bursts.push_back({{since, now, true}, 0, 0});
+   goesOn_ = true;
    Burst& burst = run_.bursts.back();
    burst.span.end = now;
    burst.longestGap = std::max(burst.longestGap, gap);

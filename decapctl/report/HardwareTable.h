@@ -1,7 +1,7 @@
 #pragma once
 
 #include "decapctl/report/KeyBook.h"
-#include "decapctl/report/Run.h"
+#include "decapctl/report/RunHistory.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,12 +16,14 @@ namespace Ctl::Report {
 class HardwareTable {
  public:
    /// Keeps what a report shows of it in `run`.
-   HardwareTable(KeyBook& book, Run& run) : book_(book), run_(run) {}
+   HardwareTable(KeyBook& book, RunHistory& run) : book_(book), run_(run) {}
 
    std::uint32_t size() const noexcept {
       return static_cast<std::uint32_t>(claimed_.size() + heldOver_.size());
    }
    void machineBegins();
+   /// What is re-keyed from here on is the work of another change.
+   void inputBegins() noexcept { goesOn_ = false; }
    void configurationReplayed();
    void written(KeyId id, Place place, bool wasThere);
    void removed(KeyId id, Place place);
@@ -35,7 +37,9 @@ class HardwareTable {
    void rekeyed(Place since, Place now);
 
    KeyBook& book_;
-   Run& run_;
+   RunHistory& run_;
+   /// Whether the last burst may get longer.
+   bool goesOn_ = false;
    /// What the machine has asked for, and what it has not.
    std::unordered_set<KeyId> claimed_;
    std::unordered_set<KeyId> heldOver_;

@@ -18,8 +18,8 @@ auto bySlowestCall(Key const& key) { return std::tuple(key.story.slowestCall); }
 template <class Rank>
 void addGreatest(std::vector<Key const*>& chosen, std::vector<Key const*> candidates,
                  std::size_t count, Rank const& rank) {
-   auto const end = candidates.begin() +
-                    static_cast<std::ptrdiff_t>(std::min(count, candidates.size()));
+   auto const end =
+       candidates.begin() + static_cast<std::ptrdiff_t>(std::min(count, candidates.size()));
    std::partial_sort(candidates.begin(), end, candidates.end(), [&](Key const* a, Key const* b) {
       return std::tuple(rank(*b), a->text) < std::tuple(rank(*a), b->text);
    });

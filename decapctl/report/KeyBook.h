@@ -1,6 +1,6 @@
 #pragma once
 
-#include "decapctl/report/Run.h"
+#include "decapctl/report/RunHistory.h"
 
 #include <cstdint>
 #include <deque>

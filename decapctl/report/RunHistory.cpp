@@ -1,229 +1,62 @@
 #include "decapctl/report/RunHistory.h"
 
-#include "decapctl/report/Describe.h"
-
 #include <algorithm>
-#include <utility>
+#include <cmath>
 
 namespace Ctl::Report {
 
-namespace {
-
-constexpr std::size_t ofEachRank = 12;
-/// Answers are seven; a journal of something else does not make the page longer.
-constexpr std::size_t greatestAnswers = 24;
-
-void count(std::map<std::string, std::uint64_t>& counts, std::string const& what) {
-   bool const fits = counts.size() < greatestAnswers || counts.contains(what);
-   ++counts[fits ? what : "other"];
+void Level::is(std::uint32_t value) {
+   low = seen ? std::min(low, value) : value;
+   high = seen ? std::max(high, value) : value;
+   last = value;
+   seen = true;
 }
 
-Lane laneOf(JournalLine const& line) {
-   if (line.is(1, "group")) return Lane::configuration;
-   if (line.is(1, "config")) return line.is(3, "decapGroup") ? Lane::configuration : Lane::machine;
-   for (char const* const kind : {"ip", "ip6", "ipIntf", "ip6Intf"}) {
-      if (line.is(1, kind)) return Lane::interfaces;
+void Level::add(Level const& later) {
+   if (!later.seen) return;
+   low = seen ? std::min(low, later.low) : later.low;
+   high = seen ? std::max(high, later.high) : later.high;
+   last = later.last;
+   seen = true;
+}
+
+void LevelCell::add(LevelCell const& later) {
+   entries.add(later.entries);
+   backlog.add(later.backlog);
+   calls += later.calls;
+   refusals += later.refusals;
+   if (later.lines != 0) last = later.last;
+   lines += later.lines;
+}
+
+std::size_t LatencyCell::classOf(double seconds) noexcept {
+   if (!(seconds > 0)) return 0;
+   double const place = std::floor(std::log10(seconds / 1e-6) * 3 + 1e-9);
+   return static_cast<std::size_t>(std::clamp(place, 0.0, classes - 2.0)) + 1;
+}
+
+double LatencyCell::leastOf(std::size_t index) noexcept {
+   return 1e-6 * std::pow(10.0, (static_cast<double>(index) - 1) / 3);
+}
+
+void LatencyCell::add(LatencyCell const& later) {
+   for (std::size_t i = 0; i < classes; ++i) calls[i] += later.calls[i];
+}
+
+void Mark::add(Mark const& later) {
+   if (later.count == 0) return;
+   if (count == 0) {
+      firstLine = later.firstLine;
+      firstTime = later.firstTime;
    }
-   return Lane::machine;
-}
-
-}  // namespace
-
-/// Does something at the place of the line on both axes.
-template <class Change>
-void RunHistory::eachCourse(Change const& change) {
-   change(run_.byTime, here().time);
-   change(run_.byLine, static_cast<double>(line_));
-}
-
-void RunHistory::take(JournalLine const& line) {
-   moveTo(line);
-   if (!line.time()) {
-      if (line.is(0, "alarm")) return alarm(line.flag(1));
-      if (line.is(0, "log")) return mark(Lane::messages, line);
-      if (line.is(0, "trace")) return static_cast<void>(++run_.traces);
-      line.fail("no line of a journal begins so");
-   }
-   if (line.is(1, "call")) return call(line);
-   if (line.is(1, "answer")) return answer(line);
-   if (line.is(1, "udp-wait") || line.is(1, "trace")) return;
-   waiting_.reviewEnds(here());
-   input(line);
-   noteLevels();
-}
-
-void RunHistory::moveTo(JournalLine const& line) {
-   line_ = line.number();
-   if (auto const time = line.time()) {
-      if (!hasStarted_) {
-         run_.startTime = *time;
-      } else if (*time < time_) {
-         line.fail("the time goes back");
-      }
-      hasStarted_ = true;
-      time_ = *time;
-   }
-   eachCourse([](Course& course, double at) { ++course.levels.at(at).lines; });
-}
-
-void RunHistory::input(JournalLine const& line) {
-   if (line.is(1, "clock")) return clock();
-   bool const isGroup = line.is(1, "group");
-   if (isGroup || line.is(1, "config")) {
-      waiting_.lost(wanted_, wanted_.take(line), here());
-      if (line.is(3, "ready")) isConfigured_ = line.flag(4);
-      // What a group is made of becomes part of the configuration with it.
-      if (isGroup && line.is(3, "make")) return;
-   }
-   if (line.is(1, "machine")) machine(line);
-   mark(laneOf(line), line);
-}
-
-void RunHistory::clock() {
-   constexpr double rounding = 1e-9;
-   bool const isDue = reviewInterval_ && isConfigured_ && isInitialized_ &&
-                      time_ >= lastProgram_ + *reviewInterval_ - rounding;
-   waiting_.reviewBegins(isDue);
-}
-
-void RunHistory::machine(JournalLine const& line) {
-   if (line.is(2, "reviewInterval")) reviewInterval_ = line.seconds(3);
-   if (line.is(2, "initialized")) isInitialized_ = line.flag(3);
-   if (!line.is(2, "build") && !line.is(2, "drop")) return;
-   // A machine begins without backlog and alarm, and leaves none behind.
-   waiting_.allLeave(here());
-   alarm(false);
-   isInitialized_ = false;
-   if (line.is(2, "drop")) return;
-   table_.machineBegins();
-}
-
-void RunHistory::alarm(bool on) {
-   bool const isOn = !run_.alarms.empty() && !run_.alarms.back().ended;
-   if (on == isOn) return;
-   if (on) {
-      run_.alarms.push_back({here(), here(), false});
-   } else {
-      run_.alarms.back().end = here();
-      run_.alarms.back().ended = true;
+   count += later.count;
+   for (auto const& text : later.texts) {
+      if (texts.size() < greatestTexts) texts.push_back(text);
    }
 }
 
-void RunHistory::call(JournalLine const& line) {
-   Call call{line.word(2), std::nullopt, time_};
-   bool const isProgram = call.operation == "program";
-   if (isProgram || call.operation == "remove") call.key = book_.idOf(line.name(3));
-   if (isProgram) {
-      waiting_.asked(*call.key, here());
-   } else if (!call.key) {
-      mark(Lane::machine, line);
-   }
-   ++run_.calls;
-   eachCourse([](Course& course, double at) { ++course.levels.at(at).calls; });
-   calls_.push_back(std::move(call));
-   noteLevels();
-}
-
-void RunHistory::answer(JournalLine const& line) {
-   if (calls_.empty()) line.fail("an answer without a call");
-   Call const call = std::move(calls_.back());
-   calls_.pop_back();
-   double const took = time_ - call.time;
-   noteLatency(took);
-   if (call.key) {
-      double& slowest = book_[*call.key].story.slowestCall;
-      slowest = std::max(slowest, took);
-   }
-   bool const threw = line.is(2, "threw");
-   if (threw) mark(Lane::faults, line);
-   if (call.operation == "program") {
-      programmed(call, line);
-   } else {
-      count(run_.otherCalls, call.operation + (threw ? " threw" : ""));
-      if (call.operation == "remove" && !threw) table_.removed(*call.key, here());
-      if (call.operation == "config-ready" && !threw) table_.configurationReplayed();
-   }
-   noteLevels();
-}
-
-void RunHistory::programmed(Call const& call, JournalLine const& line) {
-   std::string const answer = line.shown(2);
-   count(run_.programs, answer);
-   lastProgram_ = time_;
-   KeyId const id = *call.key;
-   Key& key = book_[id];
-   if (answer == "success" || answer == "exists") {
-      waiting_.leaves(id, here());
-      return table_.written(id, here(), answer == "exists");
-   }
-   eachCourse([](Course& course, double at) { ++course.levels.at(at).refusals; });
-   if (key.story.refusals() == 0) ++run_.keysRefused;
-   if (answer == "full") {
-      ++key.story.full;
-      table_.full(id);
-   } else if (answer == "not-ready") {
-      ++key.story.notReady;
-   } else if (answer == "pending") {
-      ++key.story.pending;
-   } else if (answer == "threw") {
-      ++key.story.threw;
-   } else {
-      ++key.story.refused;
-      return waiting_.leaves(id, here());
-   }
-   waiting_.refused(id, here());
-}
-
-void RunHistory::noteLevels() {
-   std::uint32_t const entries = table_.size();
-   auto const backlog = static_cast<std::uint32_t>(waiting_.size());
-   run_.backlog = backlog;
-   if (entries > run_.table.greatest) {
-      run_.table.greatest = entries;
-      run_.greatestAt = here();
-   }
-   if (backlog > run_.greatestBacklog) {
-      run_.greatestBacklog = backlog;
-      run_.greatestBacklogAt = here();
-   }
-   eachCourse([&](Course& course, double at) {
-      LevelCell& cell = course.levels.at(at);
-      cell.entries.is(entries);
-      cell.backlog.is(backlog);
-   });
-}
-
-void RunHistory::noteLatency(double seconds) {
-   std::size_t const index = LatencyCell::classOf(seconds);
-   eachCourse([&](Course& course, double at) { ++course.latencies.at(at).calls[index]; });
-   if (seconds <= run_.slowestCall) return;
-   run_.slowestCall = seconds;
-   run_.slowestAt = here();
-}
-
-void RunHistory::mark(Lane lane, JournalLine const& line) {
-   eachCourse([&](Course& course, double at) {
-      Mark& mark = course.marks.at(at).marks[static_cast<std::size_t>(lane)];
-      if (mark.count++ == 0) {
-         mark.firstLine = line_;
-         mark.firstTime = here().time;
-      }
-      if (mark.texts.size() < Mark::greatestTexts) mark.texts.push_back(described(line, wanted_));
-   });
-}
-
-Run RunHistory::finish(JournalEnd const& end) {
-   waiting_.reviewEnds(here());
-   line_ = std::max(line_, end.lines);
-   noteLevels();
-   run_.end = end;
-   run_.duration = here().time;
-   run_.unanswered = calls_.size();
-   if (!run_.alarms.empty() && !run_.alarms.back().ended) run_.alarms.back().end = here();
-   waiting_.close(here());
-   run_.keys = book_.outstanding(ofEachRank);
-   run_.distinctKeys = book_.size();
-   return std::move(run_);
+void MarkCell::add(MarkCell const& later) {
+   for (std::size_t i = 0; i < lanes; ++i) marks[i].add(later.marks[i]);
 }
 
 }  // namespace Ctl::Report
