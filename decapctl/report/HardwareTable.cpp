@@ -65,9 +65,10 @@ void HardwareTable::removed(KeyId id, Place place) {
    Key& key = book_[id];
    key.destination->removed = place;
    key.destination->removedFrom = run_.machines;
+   // What hardware has refused for good is removed like any other, and was never there.
    if (key.story.present) {
       takeOut(id);
-   } else {
+   } else if (key.story.refusals() == 0) {
       ++run_.olderEntries;
    }
 }

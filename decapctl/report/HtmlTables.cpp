@@ -97,7 +97,7 @@ std::string lengthFigure(RunHistory const& run) {
 }
 
 std::string alarmFigure(RunHistory const& run) {
-   if (run.alarms.empty()) return figure("Longest alarm", "none", "hardware always had room");
+   if (run.alarms.empty()) return figure("Longest alarm", "none", "it was never on");
    auto const longer = [](Span const& a, Span const& b) { return a.seconds() < b.seconds(); };
    Span const span = *std::max_element(run.alarms.begin(), run.alarms.end(), longer);
    return figure("Longest alarm", duration(span.seconds()),

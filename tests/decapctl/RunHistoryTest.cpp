@@ -85,6 +85,8 @@ TEST(RunHistory, EntriesOfBeforeAreSaidToBe) {
    RunHistory const run =
        ReportScene().machine().program("0.0", one, "exists").remove("0.0", two).run();
    EXPECT_EQ(run.olderEntries, 2u);
+   EXPECT_EQ(ReportScene().program("0.0", one, "unsupported").remove("0.0", one).run().olderEntries,
+             0u);
    EXPECT_EQ(run.table.entries, 1u);
 }
 
