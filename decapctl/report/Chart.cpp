@@ -149,7 +149,10 @@ void Chart::fullLevel(Panel const& panel, double greatest) {
               counted(table.fullGreatest) + " (see tunnel types)";
    }
    body_ += line(left, y, right, y, "full");
-   body_ += text(right - 4, y - 6, "label end", label);
+   // Where the label of the greatest number is not.
+   bool const isFarRight = xOf(placeOf(run_.greatestAt)) > (left + right) / 2;
+   body_ +=
+       text(isFarRight ? left + 6 : right - 4, y - 6, isFarRight ? "label" : "label end", label);
 }
 
 void Chart::backlog() {

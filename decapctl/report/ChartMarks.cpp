@@ -90,16 +90,22 @@ void Chart::latencies() {
    double const row = area.height / static_cast<double>(rows);
    latencyScale(area, least, rows);
    std::array<std::string, strengths> paths;
+   // A square is as wide as its cell, but for a line between them.
+   double const side =
+       std::clamp(xOf(begin_ + course_.latencies.width()) - xOf(begin_) - 0.6, 3.0, 9.0);
+   std::string const wide = coordinate(side);
+   std::string const across = 'h' + wide + 'v';
+   std::string const back = "h-" + wide + 'z';
    double at = 0;
    for (LatencyCell const& cell : course_.latencies) {
-      double const x = xOf(at);
+      double const x = std::min(xOf(at), xOf(end_) - side);
       at += course_.latencies.width();
       for (std::size_t i = least; i < end; ++i) {
          if (cell.calls[i] == 0) continue;
          double const y = area.bottom() - row * static_cast<double>(i - least + 1);
-         std::string const side = coordinate(row - 1);
+         std::string const high = coordinate(row - 1);
          paths[strengthOf(cell.calls[i])] +=
-             'M' + coordinate(x) + ' ' + coordinate(y) + "h4v" + side + "h-4z";
+             'M' + coordinate(x) + ' ' + coordinate(y) + across + high + back;
       }
    }
    constexpr std::array names = {"call once", "call few", "call many", "call most"};

@@ -35,14 +35,15 @@ p { margin: 0 0 10px; }
    padding: 12px 14px; min-width: 0; }
 .figures dt { color: var(--soft); font-size: 13px; }
 .figures dd { margin: 0; }
-.figures .value { font-size: 23px; font-weight: 600; line-height: 1.3; }
+.figures .value { font-size: 20px; white-space: nowrap; font-weight: 600; line-height: 1.3; }
 .figures .more { color: var(--faint); font-size: 12.5px; line-height: 1.35; overflow-wrap: anywhere; }
 .axis { margin: 0 0 8px; padding: 0; border: 0; display: inline-block; }
 .axis legend { float: left; margin-right: 12px; padding: 0; color: var(--soft); }
 .axis label { margin-right: 16px; cursor: pointer; }
 #axis-time:checked ~ .charts .by-line, #axis-line:checked ~ .charts .by-time { display: none; }
 .choice { accent-color: var(--entries); }
-.chart { display: block; width: 100%; height: auto; touch-action: pan-y; }
+.charts { overflow-x: auto; }
+.chart { display: block; width: 100%; min-width: 720px; height: auto; touch-action: pan-y; }
 .chart:focus-visible { outline: 2px solid var(--entries); outline-offset: 4px; }
 .chart text { fill: var(--soft); font-size: 12px; }
 .chart .title { fill: var(--ink); font-size: 14px; font-weight: 600; }
@@ -117,6 +118,8 @@ td.bars { width: 40%; text-align: left; }
    .card, .figures div { break-inside: avoid; }
    .choice, .axis { display: none; }
    .note { border: 1px solid #000; }
+   .charts { overflow: visible; }
+   .chart { min-width: 0; }
    .bar, .chart { print-color-adjust: exact; }
 }
 )css";

@@ -23,6 +23,6 @@ std::vector<double> ticks(double greatest, int wanted) {
    return places;
 }
 
-double roomFor(double greatest) { return std::max(greatest * 1.15, 4.0); }
+double roomFor(double greatest) { return std::max(greatest * 1.2, 4.0); }
 
 }  // namespace Ctl::Report

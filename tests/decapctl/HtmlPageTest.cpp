@@ -96,7 +96,7 @@ TEST(HtmlPage, NeedsNothingFromOutside) {
    for (char const* const outside :
         {" src=", "href=", "//", "@import", "fetch(", "<link", "<img"}) {
       // A comment of the script is none.
-      std::size_t const comments = std::string(outside) == "//" ? countOf(page, "   // ") : 0;
+      std::size_t const comments = std::string(outside) == "//" ? countOf(page, "\n// ") : 0;
       EXPECT_EQ(countOf(page, outside), comments) << outside;
    }
    EXPECT_EQ(countOf(page, "url("), countOf(page, "url(#"));
