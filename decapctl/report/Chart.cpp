@@ -51,7 +51,7 @@ double Chart::placeOf(Place place) const {
 }
 
 std::string Chart::placeText(Place place) const {
-   return plain(place.time) + " s, line " + counted(place.line);
+   return moment(place.time) + ", line " + counted(place.line);
 }
 
 /// Details for whoever points at the element before it. A page that would get too long goes
@@ -227,7 +227,7 @@ void Chart::times(double y) {
          if (static_cast<double>(cell.last.line) > place) break;
          time = cell.last.time;
       }
-      body_ += text(xOf(place), y, "place", plain(time) + " s");
+      body_ += text(xOf(place), y, "place", moment(time));
    }
 }
 

@@ -120,7 +120,8 @@ void Chart::latencyScale(Panel const& panel, std::size_t least, std::size_t coun
    for (std::size_t i = least; i <= least + count; ++i) {
       bool const isZero = i == 0;
       bool const isDecade = i % 3 == 1;
-      if (!isZero && !isDecade) continue;
+      // The rows of a microsecond and of no time at all are neighbours.
+      if ((!isZero && !isDecade) || (i == 1 && least == 0)) continue;
       double const y = panel.bottom() - row * static_cast<double>(i - least);
       std::string const name = isZero ? "none" : duration(LatencyCell::leastOf(i));
       body_ += "<path class=\"grid\" d=\"M128 " + coordinate(y) + "H1184\"/>\n";

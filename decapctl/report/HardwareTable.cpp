@@ -80,6 +80,7 @@ void HardwareTable::full(KeyId id) {
 
 /// An entry that nobody has asked for makes room for one of another VRF.
 void HardwareTable::supersede(KeyId id) {
+   if (heldOver_.empty()) return;
    KeyWords const words(book_[id].text);
    std::vector<KeyId> gone;
    for (KeyId const other : book_[id].destination->present) {

@@ -46,7 +46,7 @@ std::string secondsCell(double seconds) {
 std::string rowHead(std::string const& text) { return "<tr><th scope=\"row\">" + text + "</th>"; }
 
 std::string placeText(Place place) {
-   return plain(place.time) + " s (line " + counted(place.line) + ")";
+   return moment(place.time) + " (line " + counted(place.line) + ")";
 }
 
 /// The longest of them, in the order of the journal.

@@ -114,6 +114,10 @@ std::string coordinate(double value) {
    return text == "-0" ? "0" : text;
 }
 
+std::string moment(double seconds) {
+   return plain(seconds < 1 ? std::round(seconds * 1e6) / 1e6 : seconds) + " s";
+}
+
 std::string plain(double value) { return printed("%.6g", value); }
 
 }  // namespace Ctl::Report

@@ -19,6 +19,8 @@ std::string counted(std::uint64_t number, std::string const& one, std::string co
 std::string duration(double seconds);
 /// A coordinate: one digit behind the point, none when it is 0.
 std::string coordinate(double value);
+/// A time since the beginning, in seconds, to six digits and no finer than a microsecond.
+std::string moment(double seconds);
 /// Short and exact enough for an axis: "0.25", "1200", "1e+09".
 std::string plain(double value);
 

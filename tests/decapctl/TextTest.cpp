@@ -51,6 +51,13 @@ TEST(Duration, IsAsPeopleSayIt) {
    EXPECT_EQ(duration(86400 * 30.0), "30 days");
 }
 
+TEST(Moment, IsNoFinerThanAMicrosecond) {
+   EXPECT_EQ(moment(0), "0 s");
+   EXPECT_EQ(moment(0.000664331), "0.000664 s");
+   EXPECT_EQ(moment(0.1 + 0.2), "0.3 s");
+   EXPECT_EQ(moment(38.760312), "38.7603 s");
+}
+
 TEST(Coordinate, HasADigitWhereItMatters) {
    EXPECT_EQ(coordinate(12), "12");
    EXPECT_EQ(coordinate(12.34), "12.3");
