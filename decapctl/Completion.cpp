@@ -4,6 +4,7 @@
 #include "control/Protocol.h"
 
 #include <span>
+#include <string_view>
 
 namespace Ctl {
 
@@ -13,7 +14,7 @@ constexpr char const* bashScript = R"(# decapctl: completion for bash
 _decapctl() {
    local IFS=$'\n' words=("${COMP_WORDS[@]:1:COMP_CWORD}")
    if [[ ${words[-1]} == -* ]]; then
-      COMPREPLY=($(compgen -W $'--all\n--help\n--json\n--keep-hardware\n--rows\n--socket\n--watch' -- "${words[-1]}"))
+      COMPREPLY=($(compgen -W $'--all\n--help\n--journal\n--json\n--keep-hardware\n--output\n--rows\n--socket\n--title\n--watch' -- "${words[-1]}"))
       return
    fi
    COMPREPLY=($(decapctl complete "${words[@]}" 2>/dev/null))
@@ -37,6 +38,9 @@ int completion(std::vector<std::string> const& words, std::ostream& out) {
    for (std::string const& word : Control::completions(std::span(words).subspan(1))) {
       out << word << '\n';
    }
+   // A command of the client itself.
+   bool const isFirst = words.size() == 2 && !words[1].empty();
+   if (isFirst && std::string_view("report").starts_with(words[1])) out << "report\n";
    return 0;
 }
 

@@ -1,6 +1,7 @@
 #include "control/Commands.h"
 #include "decapctl/Completion.h"
 #include "decapctl/Session.h"
+#include "decapctl/report/ReportCommand.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,7 +17,7 @@ int run(int argc, char** argv) {
    app.footer(
        "Commands (words may be shortened):\n" + Control::helpText() +
        "\nWithout a command, commands are read line by line. 'completion bash' prints what "
-       "a shell needs\nto complete them.\n\n"
+       "a shell needs\nto complete them. 'report' makes a page out of a journal.\n\n"
        "Exit code: 0 done; 1 done, and there is something to see (a difference, a finding);\n"
        "2 refused, nothing has changed; 3 failed.");
    Ctl::Wishes wishes;
@@ -33,6 +34,7 @@ int run(int argc, char** argv) {
        app.add_option("--watch", watch, "Again and again, every so many seconds")
            ->type_name("SECONDS")
            ->check(CLI::Range(0.1, 86400.0));
+   Ctl::Report::ReportCommand const report(app);
    try {
       app.parse(argc, argv);
    } catch (CLI::ParseError const& error) {
@@ -40,6 +42,7 @@ int run(int argc, char** argv) {
       app.exit(error);
       return asked ? 0 : static_cast<int>(Control::Status::refused);
    }
+   if (report.isAsked()) return report.run(std::cin, std::cout, std::cerr);
    if (watched->count() != 0) wishes.watch.emplace(watch);
    std::vector<std::string> words = app.remaining();
    if (Ctl::isCompletion(words)) return Ctl::completion(words, std::cout);
