@@ -557,8 +557,7 @@ TEST_F(ConsoleTest, AJournalThatIsNotWholeIsNotCalledComplete) {
    when("journal start " + folder.path("j"));
    auto const reply = when("journal stop");
    EXPECT_EQ(reply.status, Status::failed);
-   EXPECT_NE(reply.text.find("/j: the journal is not whole"), std::string::npos)
-       << reply.text;
+   EXPECT_NE(reply.text.find("/j: the journal is not whole"), std::string::npos) << reply.text;
    EXPECT_EQ(service->journal(), "");
 }
 
