@@ -2,6 +2,8 @@
 
 #include "agent/InputError.h"
 
+#include <nlohmann/json.hpp>
+
 #include <array>
 #include <sstream>
 #include <system_error>
@@ -14,6 +16,15 @@ using Control::Status;
 namespace {
 
 Reply refusal(std::string const& text) { return {Status::refused, text + '\n'}; }
+
+/// Programs that ask for a document get one, also from commands that only have something to say.
+void putInDocument(Reply& reply) {
+   if (reply.text.starts_with('{')) return;
+   if (reply.text.ends_with('\n')) reply.text.pop_back();
+   nlohmann::ordered_json const document = {{"text", reply.text}};
+   reply.text =
+       document.dump(1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+}
 
 }  // namespace
 
@@ -63,7 +74,11 @@ Console::Outcome Console::execute(Control::Request const& request, int file) {
       Control::Match const match = Control::match(request.words);
       Handler const handler = handlerOf(match.command->words);
       if (handler == nullptr) return refusal("this agent does not know the command");
-      return (this->*handler)(Call{request, match.arguments, file});
+      Outcome outcome = (this->*handler)(Call{request, match.arguments, file});
+      if (auto* const reply = std::get_if<Reply>(&outcome); reply != nullptr && request.json) {
+         putInDocument(*reply);
+      }
+      return outcome;
    } catch (Control::CommandError const& error) {
       return refusal(error.what());
    } catch (InputError const& error) {

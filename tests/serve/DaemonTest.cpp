@@ -350,12 +350,48 @@ TEST_F(Daemon, TheClientShowsAllRowsAsText) {
    EXPECT_NE(end.out.find(" 10.42.247.0/24 "), std::string::npos);
 }
 
-TEST_F(Daemon, TheClientShowsARepliesTextThatIsNoJson) {
+TEST_F(Daemon, CommandsThatOnlySaySomethingSayItInADocumentToo) {
    givenAgent(two);
    auto const plain = ask({"help"});
-   auto const end = ask({"--all", "--json", "help"});
-   EXPECT_EQ(end.code, 0) << end.err;
-   EXPECT_EQ(end.out, plain.out);
+   for (Texts const& words : {Texts{"--all", "--json", "help"}, Texts{"--json", "help"}}) {
+      auto const end = ask(words);
+      EXPECT_EQ(end.code, 0) << end.err;
+      Json const document = Json::parse(end.out, nullptr, false);
+      ASSERT_FALSE(document.is_discarded()) << end.out;
+      EXPECT_EQ(document["text"].get<std::string>() + '\n', plain.out);
+   }
+}
+
+// What the system says of the agent's process.
+
+TEST_F(Daemon, GivesUpEveryPrivilege) {
+   givenAgent(two);
+   std::string const facts = agent->status();
+   EXPECT_NE(facts.find("\nCapEff:\t0000000000000000\n"), std::string::npos) << facts;
+   EXPECT_NE(facts.find("\nCapPrm:\t0000000000000000\n"), std::string::npos) << facts;
+   EXPECT_NE(facts.find("\nNoNewPrivs:\t1\n"), std::string::npos) << facts;
+}
+
+TEST_F(Daemon, BecomesAnotherUser) {
+   if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
+   std::filesystem::permissions(folder.path("."), std::filesystem::perms::all);
+   givenFile(two);
+   std::filesystem::permissions(file, std::filesystem::perms::others_read,
+                                std::filesystem::perm_options::add);
+   agent = start({"--user", "nobody"});
+   ASSERT_TRUE(eventually([&] { return agent->says(readyLine()) || agent->hasEnded(); }));
+   ASSERT_FALSE(agent->hasEnded()) << agent->err();
+   std::string const facts = agent->status();
+   EXPECT_NE(facts.find("\nUid:\t65534\t65534\t65534\t65534\n"), std::string::npos) << facts;
+   EXPECT_EQ(ask({"show", "summary"}).code, 0) << "root may still give commands";
+   EXPECT_EQ(ask({"reload"}).code, 0);
+}
+
+TEST_F(Daemon, DoesNotBeginAsSomebodyWhoIsNotThere) {
+   givenFile(two);
+   agent = start({"--user", "nobody-of-that-name"});
+   EXPECT_EQ(agent->code(), 3);
+   EXPECT_NE(agent->err().find("there is no user 'nobody-of-that-name'"), std::string::npos);
 }
 
 TEST_F(Daemon, BashCompletesCommands) {

@@ -72,6 +72,8 @@ class RunningProgram {
       eventually([this] { return hasEnded(); });
       return ended_;
    }
+   /// What the system knows of the process: users, capabilities.
+   std::string status() const { return readFile("/proc/" + std::to_string(process_) + "/status"); }
    bool says(std::string const& text) const {
       return readIfThere(errFile()).find(text) != std::string::npos;
    }
