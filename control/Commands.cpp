@@ -120,12 +120,13 @@ Command const& chosen(std::span<std::string const> words) {
       if (fit == Fit::none || length < bestLength) continue;
       if (length == bestLength && fit < bestFit) continue;
       bool const tie = length == bestLength && fit == bestFit;
-      candidates =
-          tie ? candidates + ", " + std::string(command.words) : std::string(command.words);
-      if (!tie)
-         best = &command;
-      else
+      if (tie) {
+         candidates.append(", ").append(command.words);
          best = nullptr;
+      } else {
+         candidates = command.words;
+         best = &command;
+      }
       bestLength = length;
       bestFit = fit;
    }

@@ -13,7 +13,7 @@ namespace Control {
 // A connection may carry any number of requests, one after the other.
 
 /// The longest request line, its end included. A longer one ends the connection.
-inline constexpr std::size_t greatestRequest = 64 * 1024;
+inline constexpr std::size_t greatestRequest = std::size_t{64} * 1024;
 /// The most rows of a table that one request gives; a client asks again for those behind them.
 inline constexpr std::size_t greatestRows = 10'000;
 inline constexpr char const* defaultSocket = "/run/decap-agent/control.sock";

@@ -77,7 +77,7 @@ void Client::send(std::string const& line, int file) const {
 }
 
 void Client::receive() {
-   std::array<char, 64 * 1024> bytes;
+   std::array<char, std::size_t{64} * 1024> bytes;
    for (;;) {
       ssize_t const count = recv(socket_, bytes.data(), bytes.size(), 0);
       if (count < 0 && errno == EINTR) continue;

@@ -17,7 +17,7 @@ namespace {
 }
 
 void copyStandardInput(int to) {
-   std::array<char, 64 * 1024> bytes;
+   std::array<char, std::size_t{64} * 1024> bytes;
    for (;;) {
       ssize_t const count = read(STDIN_FILENO, bytes.data(), bytes.size());
       if (count < 0 && errno == EINTR) continue;

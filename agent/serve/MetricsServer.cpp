@@ -28,7 +28,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr std::size_t mostConnections = 16;
-constexpr std::size_t greatestHeader = 8 * 1024;
+constexpr std::size_t greatestHeader = std::size_t{8} * 1024;
 constexpr std::chrono::seconds patience{10};
 constexpr std::chrono::seconds freshness{1};
 

@@ -104,8 +104,9 @@ void Chart::latencies() {
          if (cell.calls[i] == 0) continue;
          double const y = area.bottom() - row * static_cast<double>(i - least + 1);
          std::string const high = coordinate(row - 1);
-         paths[strengthOf(cell.calls[i])] +=
-             'M' + coordinate(x) + ' ' + coordinate(y) + across + high + back;
+         std::string& path = paths[strengthOf(cell.calls[i])];
+         path.append(1, 'M').append(coordinate(x)).append(1, ' ').append(coordinate(y));
+         path.append(across).append(high).append(back);
       }
    }
    constexpr std::array names = {"call once", "call few", "call many", "call most"};
