@@ -258,7 +258,7 @@ bool HashIndex::unite(std::size_t place, Hashes const& hashes) noexcept {
 /// Halves the directory while no table needs its last bit. The test is a scan, but of a size that
 /// as many unions of tables came before.
 void HashIndex::maybeHalveDirectory() noexcept {
-   while (depth() != 0 && tables_ * 2 <= directory_.size()) {
+   while (depth() != 0 && std::size_t{tables_} * 2 <= directory_.size()) {
       for (Place const& place : directory_) {
          if (place.table().depth == depth()) return;
       }
