@@ -33,7 +33,7 @@ struct ControlLimits {
 /// Where the socket is and who may speak to it: root, the agent's own user, and a group.
 struct ControlAddress {
    std::string path;
-   std::string group;  ///< a name, or empty for none
+   std::string group;  ///< a name or an id, or empty for none
 };
 
 /// Takes the commands of clients from a socket, one at a time.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <grp.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -30,7 +31,9 @@ std::vector<gid_t> groupsOf(int socket) {
 }  // namespace
 
 gid_t groupId(std::string const& name) {
-   errno = 0;
+   gid_t number = 0;
+   auto const [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+   if (error == std::errc() && end == name.data() + name.size()) return number;
    group const* const found = getgrnam(name.c_str());
    if (found == nullptr) throw std::runtime_error("there is no group '" + name + "'");
    return found->gr_gid;

@@ -13,7 +13,8 @@ struct Peer {
    bool allowed = false;
 };
 
-/// The id of a group, by name. Throws std::runtime_error for one that the system does not know.
+/// The id of a group, by name; a number is an id itself. Throws std::runtime_error for a group that
+/// the system does not know.
 gid_t groupId(std::string const& name);
 
 /// Asks the system. Allowed are root, the user of this process, and members of the group. Throws
