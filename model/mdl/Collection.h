@@ -45,7 +45,9 @@ class Hashed {
 /// (mdl/EntryStore.h), where removal leaves holes. An index of one byte of hash and a position an
 /// entry finds them (mdl/HashIndex.h); up to `mostUnindexed` entries have none and are compared in
 /// turn. A walk (mdl/CollectionWalk.h) remembers positions and holds a copy of the entry it stands
-/// on; while one is alive nothing moves, and the last one closes the holes. No single call does
+/// on; while one is alive nothing moves, and the last one closes the holes. Beside them stand a
+/// search that can be used again (mdl/Lookup.h), loops that only read (mdl/CollectionScan.h), and
+/// who comes before whom (mdl/CollectionOrder.h). No single call does
 /// more than one chunk of compaction or one table of index growth; the last walk's end and
 /// `clear` may do more.
 ///
@@ -144,7 +146,7 @@ class Collection {
 
    /// Removes the entry; false when absent.
    bool erase(K const& key) { return !empty() && erase(hashed(key)); }
-   bool erase(Hashed const& key) { return lookup(key).erase(); }
+   bool erase(Hashed const& key);
 
    /// Removes the entry and hands it out, so that the caller decides when it dies.
    std::optional<Entry> extract(K const& key) {
@@ -195,6 +197,15 @@ class Collection {
       }
    };
 
+   /// Whether the entry at a position has this key.
+   auto isOf(K const& key) const noexcept {
+      return [this, &key](std::uint32_t at) { return form_.isSame(store_.at(at).key, key); };
+   }
+   void checkHash([[maybe_unused]] Hashed const& key) const {
+#ifndef NDEBUG
+      MDL_ASSERT(key.hash() == hashed(key.key()).hash());
+#endif
+   }
    std::uint32_t positionOf(Hashed const& key) const;
    [[gnu::noinline]] std::uint32_t positionOfUnindexed(Hashed const& key) const;
    template <class... Args>
@@ -202,8 +213,9 @@ class Collection {
    template <class... Args>
    Slot& appendKept(Hashed const& key, Args&&... args);
    Change assignAt(std::uint32_t at, V value);
-   void extractAt(std::optional<Entry>& gone, std::uint32_t hash, std::uint32_t at);
-   auto eraseAt(std::uint32_t hash, std::uint32_t at);
+   void extractAt(std::optional<Entry>& gone, std::uint32_t at);
+   std::uint32_t takeFromIndex(Hashed const& key);
+   auto eraseAt(std::uint32_t at);
    void unindex(std::uint32_t hash, std::uint32_t at) {
       if (index_.active()) index_.erase(hash, at, hashes());
    }

@@ -33,15 +33,8 @@ Collection<K, V, Hasher>& Collection<K, V, Hasher>::operator=(Collection&& other
 
 template <class K, class V, class Hasher>
 std::uint32_t Collection<K, V, Hasher>::positionOf(Hashed const& key) const {
-#ifndef NDEBUG
-   MDL_ASSERT(key.hash() == hashed(key.key()).hash());
-#endif
-   if (index_.active()) {
-      return index_.find(key.hash(), [this, &wanted = key.key()](std::uint32_t at) {
-         return form_.isSame(store_.at(at).key, wanted);
-      });
-   }
-   return positionOfUnindexed(key);
+   checkHash(key);
+   return index_.active() ? index_.find(key.hash(), isOf(key.key())) : positionOfUnindexed(key);
 }
 
 template <class K, class V, class Hasher>
@@ -142,31 +135,41 @@ template <class K, class V, class Hasher>
 std::optional<CollectionEntry<K, V>> Collection<K, V, Hasher>::extract(Hashed const& key) {
    // The key may be the entry's own, so it is not read once the entry is taken.
    std::optional<Entry> gone;
-   if (empty()) return gone;
-   std::uint32_t const hash = key.hash();
-   std::uint32_t const at = positionOf(key);
-   if (at != npos) extractAt(gone, hash, at);
+   if (std::uint32_t const at = takeFromIndex(key); at != npos) extractAt(gone, at);
    return gone;
 }
 
 template <class K, class V, class Hasher>
-void Collection<K, V, Hasher>::extractAt(std::optional<Entry>& gone, std::uint32_t hash,
-                                         std::uint32_t at) {
-   unindex(hash, at);
+bool Collection<K, V, Hasher>::erase(Hashed const& key) {
+   std::uint32_t const at = takeFromIndex(key);
+   if (at == npos) return false;
+   [[maybe_unused]] auto const gone = eraseAt(at);
+   return true;
+}
+
+/// Where the key's entry is, which is no longer in the index; npos when there is none.
+template <class K, class V, class Hasher>
+std::uint32_t Collection<K, V, Hasher>::takeFromIndex(Hashed const& key) {
+   checkHash(key);
+   return index_.active() ? index_.take(key.hash(), isOf(key.key()), hashes())
+                          : positionOfUnindexed(key);
+}
+
+template <class K, class V, class Hasher>
+void Collection<K, V, Hasher>::extractAt(std::optional<Entry>& gone, std::uint32_t at) {
    store_.takeInto(gone, at, form_);
    holeLeft(at);
 }
 
-/// Gives what must die last: the entry, or only its value if the key is kept in another form, which
-/// has nothing to do with the world.
+/// As `extractAt` for an entry that the index has no more. Gives what must die last: the entry, or
+/// only its value if the key is kept in another form, which has nothing to do with the world.
 template <class K, class V, class Hasher>
-auto Collection<K, V, Hasher>::eraseAt(std::uint32_t hash, std::uint32_t at) {
+auto Collection<K, V, Hasher>::eraseAt(std::uint32_t at) {
    if constexpr (std::is_reference_v<typename Form::Shown>) {
       std::optional<Entry> gone;
-      extractAt(gone, hash, at);
+      extractAt(gone, at);
       return gone;
    } else {
-      unindex(hash, at);
       V gone = store_.takeValue(at, form_);
       holeLeft(at);
       return gone;

@@ -86,17 +86,25 @@ class PinnedWalk : private WalkList::Link {
    Collection const& collection() const noexcept { return *collection_; }
 
  private:
+   /// Made where it is to stand: keys are large.
+   struct Copied {
+      Collection const& collection;
+      std::uint32_t position;
+      operator Entry() const {
+         auto const& slot = collection.store_.at(position);
+         return {{collection.form_.show(slot.key), slot.value}, collection.store_.hashAt(position)};
+      }
+   };
+
    /// Lets go of the current entry and pins the next one. What the current one held may die here
    /// and may act, so the walk asks only then what there is.
    void advance() {
-      std::optional<Entry>(std::exchange(pin_, std::nullopt)).reset();
+      pin_.reset();
       if (ended()) return;
       std::uint32_t const position = static_cast<Derived*>(this)->nextLive();
       if (position == Collection::npos) return;
       position_ = position;
-      auto const& slot = collection_->store_.at(position);
-      pin_.emplace(Entry{{collection_->form_.show(slot.key), slot.value},
-                         collection_->store_.hashAt(position)});
+      pin_.emplace(Copied{*collection_, position});
    }
 
    Collection const* collection_;

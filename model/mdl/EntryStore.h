@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mdl/Assert.h"
+#include "mdl/HashBits.h"
 #include "mdl/Prefetch.h"
 
 #include <algorithm>
@@ -54,6 +55,7 @@ class EntryStore {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
    static constexpr unsigned chunkBits = 10;
+   static constexpr std::uint32_t maxChunks = 1U << (HashBits::positionBits - chunkBits);
    static constexpr std::uint32_t chunkSlots = 1U << chunkBits;
    static constexpr std::uint32_t leastSlots = 4;
 

@@ -35,7 +35,7 @@ std::uint32_t EntryStore<K, V>::room() {
 template <class K, class V>
 void EntryStore<K, V>::addChunk() {
    if (freeChunk_ == npos) {
-      MDL_ASSERT(chunks_.size() < npos >> chunkBits);
+      MDL_ASSERT(chunks_.size() < maxChunks);
       chunks_.push_back(Link{.nextFree = npos});
       freeChunk_ = static_cast<std::uint32_t>(chunks_.size() - 1);
    }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "mdl/Export.h"
+#include "mdl/HashBits.h"
 #include "mdl/TagGroup.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -11,7 +13,7 @@
 namespace Mdl {
 
 /// Finds positions by hash: the index beside a dense array of entries, which knows neither keys
-/// nor values. Positions are numbers of the array's choosing, each indexed once.
+/// nor values. Positions are numbers of the array's choosing, below 2^28 and each indexed once.
 ///
 /// Owner: the collection whose entries it finds. Not shared.
 ///
@@ -21,12 +23,19 @@ namespace Mdl {
 /// million entries take less than two megabytes, a search for an absent key reads nothing else, and
 /// one that finds its key reads one position and one entry more. A table that is full at
 /// `maxGroups` is split in two by the next bit of the hash, alone: a *directory*, indexed by the
-/// leading bits, says which table answers for which hashes. So the index grows in steps of one
-/// table, and no single insertion pays for the whole of it; doubling the directory copies one small
-/// reference a table.
+/// bits above those that choose the group, says which table answers for which hashes. So the index
+/// grows in steps of one table, and no single insertion pays for the whole of it; doubling the
+/// directory copies one small reference a table.
 ///
-/// I1 (directory): it has 2^depth() places. A table of depth d stands at all neighbouring places
-///    whose leading d bits are those that its hashes share.
+/// A table that grows asks each hash for one more bit, and hashes stand with the entries, all over
+/// memory. So a slot has the next three bits of its hash above its position, as a number whose
+/// leading one is a mark (1xyz, 1xy, 1x, 1): it is *foretold* where it goes. Growing moves foretold
+/// positions group by group, without a search and without the hash, and uses up a bit; shrinking
+/// gives it back. Only for one that is not foretold any more, or not in its first group, the hash
+/// is read.
+///
+/// I1 (directory): it has 2^depth() places. A table of depth d stands at all places whose last d
+///    bits are those that its hashes share.
 /// I2 (probe): a position is in the first group with an empty slot, at the time of its insertion,
 ///    on the probe path of its hash. A group counts the positions whose path leads over it to a
 ///    later group, by eight classes of hashes, and `passed` has the bits of those that are not
@@ -34,9 +43,10 @@ namespace Mdl {
 ///    marks behind, and a table never needs cleaning. A count that has reached 15, which only
 ///    crafted hashes bring about, stays there: searches then go on where they could end.
 /// I3 (room): a table holds at most 13 positions a group, so a path always finds an empty slot.
-/// I4 (proportion): a table is split only when it is full with at least `maxGroups` groups, and
-/// then
-///    leaves each half a third of room. So a directory of 2^d places takes some 6000 * 2^d
+/// I4 (foretold): a position that has a mark is in the first group of its path, and the bits behind
+///    the mark are those at `level` of its table.
+/// I5 (proportion): a table is split only when it is full with at least `maxGroups` groups, and
+///    then leaves each half a third of room. So a directory of 2^d places takes some 6000 * 2^d
 ///    positions, however their hashes are crafted. Where splitting cannot help (equal hashes) the
 ///    table grows beyond `maxGroups` instead: slow, but correct.
 ///
@@ -49,10 +59,11 @@ namespace Mdl {
 /// Tried and left: tombstones instead of `passed` (searches for absent keys grow with churn until
 /// a clean-up, which then is one more stall); tags and positions of a group in one cache line (five
 /// times as much memory to miss in, for one line less when a key is found)).
-class MDL_EXPORT HashIndex {
+class MDL_EXPORT HashIndex : private HashBits {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
    static constexpr std::uint32_t leastRoom = 13;  ///< what the first `makeRoom` makes room for
+   using HashBits::positionBits;
 
    /// Where the index reads the full hash of a position when it splits or shrinks a table.
    struct Hashes {
@@ -68,7 +79,7 @@ class MDL_EXPORT HashIndex {
    ~HashIndex();
 
    /// Whether there is any table, that is, whether room was ever made since the last `clear`.
-   bool active() const noexcept { return shift_ != 0; }
+   bool active() const noexcept { return tables_ != 0; }
 
    /// The position with this hash for which `matches(position)` holds; npos when there is none.
    /// `matches` is asked about positions of the same tag, not only of the same hash.
@@ -89,6 +100,9 @@ class MDL_EXPORT HashIndex {
 
    /// Removes a position, which must be indexed under this hash. Gives memory back as tables empty.
    void erase(std::uint32_t hash, std::uint32_t position, Hashes const& hashes) noexcept;
+   /// Removes the position that `find` would give, and gives it; npos when there is none.
+   template <class Matches>
+   std::uint32_t take(std::uint32_t hash, Matches const& matches, Hashes const& hashes);
 
    /// The entry at `from` now stands at `to`.
    void move(std::uint32_t hash, std::uint32_t from, std::uint32_t to) noexcept;
@@ -97,10 +111,10 @@ class MDL_EXPORT HashIndex {
    void clear() noexcept;
 
    std::size_t bytes() const noexcept;  ///< heap memory held
-   unsigned depth() const noexcept { return active() ? 32 - shift_ : 0; }
+   unsigned depth() const noexcept { return static_cast<unsigned>(std::popcount(mask_)); }
    std::size_t tableCount() const noexcept { return tables_; }
 
-   /// Asserts I1 to I4, and that exactly `count` positions are indexed, each under the hash that
+   /// Asserts I1 to I5, and that exactly `count` positions are indexed, each under the hash that
    /// `hashes` gives. Reads everything; for tests.
    void checkInvariants(std::size_t count, Hashes const& hashes) const;
 
@@ -109,16 +123,20 @@ class MDL_EXPORT HashIndex {
    static constexpr std::uint32_t positionsPerGroup = 16;  ///< the last has the counts of I2
    static constexpr std::uint32_t fillPerGroup = leastRoom;
    static constexpr std::uint32_t stuck = 15;
-   static constexpr std::uint32_t maxGroups = 512;
-   static constexpr unsigned maxDepth = 24;
+   static constexpr std::uint32_t maxGroups = 1U << groupBits;
+   static constexpr unsigned maxDepth = 32 - groupBits;
 
    using Chosen = TagGroup::Chosen;
 
    /// The head of a table. Its tags stand before it in memory, and the positions before these.
    struct alignas(16) Table {
+      Table(std::uint32_t groups, unsigned ownDepth) noexcept
+          : groupCount(groups), depth(ownDepth), level(levelOf(groups, ownDepth)) {}
+
       std::uint32_t groupCount;
       std::uint32_t count = 0;
       unsigned depth;
+      unsigned level;  ///< which bit of a hash the next growth asks for
       TagGroup* tags() noexcept { return reinterpret_cast<TagGroup*>(this) - groupCount; }
       std::uint32_t* positions() noexcept {
          return reinterpret_cast<std::uint32_t*>(tags()) -
@@ -126,6 +144,11 @@ class MDL_EXPORT HashIndex {
       }
       bool full() const noexcept { return count >= groupCount * fillPerGroup; }
       bool sparse() const noexcept { return count * 4 < groupCount * fillPerGroup; }
+      bool verySparse() const noexcept { return count * 8 < groupCount * fillPerGroup; }
+      /// What is foretold of a hash in its first group, above where its position stands.
+      std::uint32_t foretold(std::uint32_t hash) const noexcept {
+         return level >= 32 ? 0 : (8U | (hash >> level & 7U)) << positionBits;
+      }
       void pass(std::uint32_t group, std::uint32_t passClass) noexcept;
       void unpass(std::uint32_t group, std::uint32_t passClass) noexcept;
    };
@@ -147,23 +170,22 @@ class MDL_EXPORT HashIndex {
       explicit Place(Table& table) noexcept
           : tags(table.tags()), positions(table.positions()), groupMask(table.groupCount - 1) {}
       Table& table() const noexcept { return *reinterpret_cast<Table*>(tags + groupMask + 1); }
+      std::uint32_t positionAt(std::uint32_t group, std::uint32_t slot) const noexcept {
+         return positionIn(positions[group * positionsPerGroup + slot]);
+      }
    };
 
-   /// From bits that choose neither the group nor, up to a depth of 12, the table.
-   static std::uint32_t tagOf(std::uint32_t hash) noexcept {
-      std::uint32_t const byte = (hash >> 12) & 0xffU;
-      return byte + (byte < 1);  // 0 is that of an empty slot
+   std::size_t placeNumber(std::uint32_t hash) const noexcept { return hash >> groupBits & mask_; }
+   /// While there is one table, it is loaded before the hash is known.
+   Place const& placeOf(std::uint32_t hash) const noexcept {
+      if (mask_ == 0) return directory_.front();
+      return directory_[placeNumber(hash)];
    }
-   /// From bits that choose neither the group nor the tag.
-   static std::uint32_t passClassOf(std::uint32_t hash) noexcept { return (hash >> 9) & 7U; }
-   static std::uint8_t passBitOf(std::uint32_t hash) noexcept {
-      return static_cast<std::uint8_t>(1U << passClassOf(hash));
-   }
-   std::size_t placeOf(std::uint32_t hash) const noexcept {
-      return static_cast<std::size_t>(std::uint64_t{hash} >> shift_);
-   }
-   Table& tableOf(std::uint32_t hash) const noexcept { return directory_[placeOf(hash)].table(); }
+   Table& tableOf(std::uint32_t hash) const noexcept { return placeOf(hash).table(); }
 
+   /// The level of a table in whose growth the bits have another order.
+   static constexpr unsigned outOfOrder = 64;
+   static unsigned levelOf(std::uint32_t groupCount, unsigned depth) noexcept;
    static std::size_t bytesOf(std::uint32_t groupCount) noexcept;
    static std::uint32_t groupsFor(std::uint32_t count) noexcept;
    static Table* allocate(std::uint32_t groupCount, unsigned depth) noexcept;
@@ -171,28 +193,52 @@ class MDL_EXPORT HashIndex {
    static void release(Table* table) noexcept;
    static void put(Table& table, std::uint32_t hash, std::uint32_t position) noexcept;
    static std::uint32_t locate(Table& table, Probe& probe, std::uint32_t position) noexcept;
+   static void removeSlot(Table& table, std::uint32_t hash, Probe const& probe,
+                          std::uint32_t slot) noexcept;
    template <class Visit>
-   static void forEach(Table& table, Visit const& visit);
+   static void forEachSlot(Table& table, Visit const& visit);
+   /// Positions by how much is known of their hashes without reading them.
+   enum class Which : std::uint32_t {
+      notInFirstGroup = 1,
+      notForetold = 2,
+      all = 1U << (32 - positionBits)
+   };
    template <class Visit>
-   static void forEachHashed(Table& table, Hashes const& hashes, Visit const& visit);
+   static void forEachHashed(Table& table, Which which, Hashes const& hashes, Visit const& visit);
+   static std::uint32_t countUpper(Table& table, Hashes const& hashes);
+   struct Half;
+   static void divide(Table& old, Half low, Half high, Hashes const& hashes) noexcept;
+   static void join(Half low, Half high, Table& into, Hashes const& hashes) noexcept;
+   static void joinHalf(Half half, std::uint32_t bit, Table& into, Hashes const& hashes) noexcept;
 
+   static bool isAt(Place const& place, std::uint32_t hash, std::uint32_t position,
+                    std::uint32_t& slot) noexcept;
+   void eraseFurther(std::uint32_t hash, std::uint32_t position) noexcept;
+   void moveFurther(std::uint32_t hash, std::uint32_t from, std::uint32_t to) noexcept;
+   template <class Matches>
+   static std::uint32_t seek(Place const& place, Probe& probe, std::uint32_t hash,
+                             Matches const& matches);
    template <class Matches>
    [[gnu::noinline]] static std::uint32_t findFurther(Place const& place, std::uint32_t hash,
                                                       Matches const& matches);
    void grow(std::uint32_t hash, Hashes const& hashes);
 
-   void publish(std::size_t place, Table* table) noexcept;
-   bool split(std::size_t place, Hashes const& hashes);
-   void resize(std::size_t place, Table* into, Hashes const& hashes) noexcept;
+   void publish(std::size_t number, Table* table) noexcept;
+   bool split(std::size_t number, Hashes const& hashes);
+   void resize(std::size_t number, Table* into, Hashes const& hashes) noexcept;
    void doubleDirectory();
    void maybeHalveDirectory() noexcept;
    void giveBack(std::uint32_t hash, Hashes const& hashes) noexcept;
-   bool unite(std::size_t place, Hashes const& hashes) noexcept;
-   void checkTable(Table& table, std::size_t place, Hashes const& hashes) const;
+   bool unite(std::size_t number, Hashes const& hashes) noexcept;
+   template <class Visit>
+   void forEachTable(Visit const& visit) const;
+   void checkTable(Table& table, std::size_t number, Hashes const& hashes) const;
+   static void checkForetold(Table const& table, std::uint32_t hash, std::uint32_t slot,
+                             std::uint32_t group);
 
    std::vector<Place> directory_;
    std::uint32_t tables_ = 0;
-   unsigned shift_ = 0;  ///< 32 less the depth; 0 while there is no table
+   std::uint32_t mask_ = 0;  ///< of the directory: as many ones as it is deep
 };
 
 }  // namespace Mdl

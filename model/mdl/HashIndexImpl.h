@@ -10,14 +10,14 @@ namespace Mdl {
 template <class Matches>
 inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches) const {
    // Nearly every search ends in its first group, with the first slot of that tag or without one.
-   Place const& place = directory_[placeOf(hash)];
+   Place const& place = placeOf(hash);
    std::uint32_t const group = hash & place.groupMask;
    std::uint32_t const* const positions = place.positions + std::size_t{group} * positionsPerGroup;
    __builtin_prefetch(positions);
    TagGroup const& tags = place.tags[group];
    Chosen const some = tags.matching(tagOf(hash));
    if (some.any()) {
-      std::uint32_t const position = positions[some.first()];
+      std::uint32_t const position = positionIn(positions[some.first()]);
       if (matches(position)) [[likely]]
          return position;
    } else if ((tags.passed & passBitOf(hash)) == 0) [[likely]] {
@@ -27,33 +27,89 @@ inline std::uint32_t HashIndex::find(std::uint32_t hash, Matches const& matches)
 }
 
 inline void HashIndex::prefetch(std::uint32_t hash) const noexcept {
-   Place const& place = directory_[placeOf(hash)];
+   Place const& place = placeOf(hash);
    std::uint32_t const group = hash & place.groupMask;
    Mdl::prefetch(place.tags + group);
    Mdl::prefetch(place.positions + std::size_t{group} * positionsPerGroup);
 }
 
 inline std::uint32_t HashIndex::candidate(std::uint32_t hash) const noexcept {
-   Place const& place = directory_[placeOf(hash)];
+   Place const& place = placeOf(hash);
    std::uint32_t const group = hash & place.groupMask;
    std::uint32_t const* const positions = place.positions + std::size_t{group} * positionsPerGroup;
    Mdl::prefetch(positions);
    Chosen const some = place.tags[group].matching(tagOf(hash));
-   return some.any() ? positions[some.first()] : npos;
+   return some.any() ? positionIn(positions[some.first()]) : npos;
+}
+
+/// The slot of what `find` gives, in the group on which `probe` then stands; npos when there is
+/// none.
+template <class Matches>
+std::uint32_t HashIndex::seek(Place const& place, Probe& probe, std::uint32_t hash,
+                              Matches const& matches) {
+   for (std::uint32_t left = place.groupMask;; --left, probe.next()) {
+      TagGroup const& tags = place.tags[probe.group];
+      for (Chosen some = tags.matching(probe.tag); some.any(); some.dropFirst()) {
+         if (matches(place.positionAt(probe.group, some.first()))) return some.first();
+      }
+      if ((tags.passed & passBitOf(hash)) == 0 || left == 0) return npos;
+   }
 }
 
 template <class Matches>
 std::uint32_t HashIndex::findFurther(Place const& place, std::uint32_t hash,
                                      Matches const& matches) {
    Probe probe(hash, place.groupMask);
-   for (std::uint32_t left = place.groupMask;; --left, probe.next()) {
-      TagGroup const& tags = place.tags[probe.group];
-      for (Chosen some = tags.matching(probe.tag); some.any(); some.dropFirst()) {
-         std::uint32_t const position =
-             place.positions[probe.group * positionsPerGroup + some.first()];
-         if (matches(position)) return position;
-      }
-      if ((tags.passed & passBitOf(hash)) == 0 || left == 0) return npos;
+   std::uint32_t const slot = seek(place, probe, hash, matches);
+   return slot == npos ? npos : place.positionAt(probe.group, slot);
+}
+
+template <class Matches>
+std::uint32_t HashIndex::take(std::uint32_t hash, Matches const& matches, Hashes const& hashes) {
+   Place const& place = placeOf(hash);
+   Probe probe(hash, place.groupMask);
+   __builtin_prefetch(place.positions + std::size_t{probe.group} * positionsPerGroup);
+   std::uint32_t const slot = seek(place, probe, hash, matches);
+   if (slot == npos) return npos;
+   std::uint32_t const position = place.positionAt(probe.group, slot);
+   Table& table = place.table();
+   removeSlot(table, hash, probe, slot);
+   if (table.sparse()) giveBack(hash, hashes);
+   return position;
+}
+
+/// Whether the position is in the first group and the first slot of its tag, as most are; and which
+/// slot of the table that is.
+inline bool HashIndex::isAt(Place const& place, std::uint32_t hash, std::uint32_t position,
+                            std::uint32_t& slot) noexcept {
+   std::uint32_t const group = hash & place.groupMask;
+   __builtin_prefetch(place.positions + std::size_t{group} * positionsPerGroup);
+   Chosen const some = place.tags[group].matching(tagOf(hash));
+   if (!some.any()) return false;
+   slot = group * positionsPerGroup + some.first();
+   return positionIn(place.positions[slot]) == position;
+}
+
+inline void HashIndex::erase(std::uint32_t hash, std::uint32_t position,
+                             Hashes const& hashes) noexcept {
+   Place const& place = placeOf(hash);
+   Table& table = place.table();
+   if (std::uint32_t slot = 0; isAt(place, hash, position, slot)) [[likely]] {
+      place.tags[slot / positionsPerGroup].tags[slot % positionsPerGroup] = 0;
+      --table.count;
+   } else {
+      eraseFurther(hash, position);
+   }
+   if (table.sparse()) [[unlikely]]
+      giveBack(hash, hashes);
+}
+
+inline void HashIndex::move(std::uint32_t hash, std::uint32_t from, std::uint32_t to) noexcept {
+   Place const& place = placeOf(hash);
+   if (std::uint32_t slot = 0; isAt(place, hash, from, slot)) [[likely]] {
+      place.positions[slot] ^= from ^ to;
+   } else {
+      moveFurther(hash, from, to);
    }
 }
 
@@ -66,17 +122,29 @@ inline void HashIndex::insert(std::uint32_t hash, std::uint32_t position) noexce
    put(tableOf(hash), hash, position);
 }
 
-/// Keeps I2. The table is not full (I3).
+/// Keeps I2 and I4. The table is not full (I3).
 inline void HashIndex::put(Table& table, std::uint32_t hash, std::uint32_t position) noexcept {
    ++table.count;
+   std::uint32_t slot = position | table.foretold(hash);
    for (Probe probe(hash, table.groupCount - 1);; probe.next()) {
       TagGroup& tags = table.tags()[probe.group];
       if (Chosen const empty = tags.matching(0); empty.any()) [[likely]] {
          tags.tags[empty.first()] = static_cast<std::uint8_t>(probe.tag);
-         table.positions()[probe.group * positionsPerGroup + empty.first()] = position;
+         table.positions()[probe.group * positionsPerGroup + empty.first()] = slot;
          return;
       }
       table.pass(probe.group, passClassOf(hash));
+      slot = position;
+   }
+}
+
+/// Keeps I2: the path no longer leads over the groups before the one that `probe` stands on.
+inline void HashIndex::removeSlot(Table& table, std::uint32_t hash, Probe const& probe,
+                                  std::uint32_t slot) noexcept {
+   table.tags()[probe.group].tags[slot] = 0;
+   --table.count;
+   for (Probe back(hash, probe.mask); back.group != probe.group; back.next()) {
+      table.unpass(back.group, passClassOf(hash));
    }
 }
 

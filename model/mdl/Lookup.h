@@ -84,15 +84,16 @@ class Lookup {
       std::optional<Entry> gone;
       refresh();
       if (position_ == npos) return gone;
-      collection_->extractAt(gone, key_.hash(), std::exchange(position_, npos));
+      collection_->unindex(key_.hash(), position_);
+      collection_->extractAt(gone, std::exchange(position_, npos));
       note();
       return gone;
    }
    bool erase() {
       refresh();
       if (position_ == npos) return false;
-      [[maybe_unused]] auto const gone =
-          collection_->eraseAt(key_.hash(), std::exchange(position_, npos));
+      collection_->unindex(key_.hash(), position_);
+      [[maybe_unused]] auto const gone = collection_->eraseAt(std::exchange(position_, npos));
       note();
       return true;
    }
