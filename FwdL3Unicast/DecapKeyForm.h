@@ -105,8 +105,9 @@ class Mdl::KeyForm<Fwd::DecapKey> {
    };
    using Shown = Fwd::DecapKey;
 
-   Kept keep(Fwd::DecapKey const& key) {
-      if (!shared_) shared_ = std::make_unique<Fwd::SharedValues>();
+   [[gnu::always_inline]] Kept keep(Fwd::DecapKey const& key) {
+      if (!shared_) [[unlikely]]
+         shared_ = std::make_unique<Fwd::SharedValues>();
       std::uint32_t const values = shared_->take(key);
       try {
          return Kept(values, destinations_.keep(key.dstIp()));

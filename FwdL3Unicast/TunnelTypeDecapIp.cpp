@@ -1,6 +1,5 @@
 #include "FwdL3Unicast/TunnelTypeDecapIp.h"
 
-#include "mdl/Hash.h"
 #include "mdl/Value.h"
 
 #include <ostream>
@@ -16,13 +15,6 @@ TunnelTypeDecapIp::TunnelTypeDecapIp(char const*& at, char const* end) {
    Mdl::needString(at, end, ", 'decapIp': ");
    decapIp_ = Mdl::deserializeAttr<Pkt::IpGenPrefix>(at, end, "decapIp");
    Mdl::needString(at, end, "})");
-}
-
-std::uint32_t TunnelTypeDecapIp::hash(std::uint32_t seed) const noexcept {
-   return Mdl::Hash(seed)
-       .mix(static_cast<std::uint32_t>(tunnelType_))
-       .mix(decapIp_.hash())
-       .result();
 }
 
 void TunnelTypeDecapIp::appendStrep(std::string& out) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FwdL3Unicast/Export.h"
+#include "mdl/Hash.h"
 #include "mdl/KeyForm.h"
 #include "mdl/String.h"
 #include "pkt/IpGenPrefix.h"
@@ -33,7 +34,12 @@ class FWD_EXPORT TunnelTypeDecapIp {
    Pkt::IpGenPrefix const& decapIp() const noexcept { return decapIp_; }
 
    /// For keyed collections.
-   std::uint32_t hash(std::uint32_t seed) const noexcept;
+   std::uint32_t hash(std::uint32_t seed) const noexcept {
+      return Mdl::Hash(seed)
+          .mix(static_cast<std::uint32_t>(tunnelType_))
+          .mix(decapIp_.hash())
+          .result();
+   }
 
    /// Appends the text representation.
    void appendStrep(std::string& out) const;
@@ -70,7 +76,7 @@ class Mdl::KeyForm<Fwd::TunnelTypeDecapIp> {
    };
    using Shown = Fwd::TunnelTypeDecapIp;
 
-   Kept keep(Fwd::TunnelTypeDecapIp const& pair) {
+   [[gnu::always_inline]] Kept keep(Fwd::TunnelTypeDecapIp const& pair) {
       return Kept(prefixes_.keep(pair.decapIp()), pair.tunnelType());
    }
    Fwd::TunnelTypeDecapIp show(Kept const& kept) const noexcept {

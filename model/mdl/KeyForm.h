@@ -11,6 +11,10 @@ namespace Mdl {
 /// good as the object that made them, and move with it. `keep` may throw std::bad_alloc and then
 /// has changed nothing; what it gave is kept until `take` or `drop`, or until the object goes with
 /// all of them. None of this may call back into a collection.
+///
+/// A form of a few small members has its `keep` always in line: returned from a call, they are put
+/// together in memory piece by piece and loaded as a whole, for which the processor waits ten
+/// cycles and more.
 template <class K>
 struct KeyForm {
    using Kept = K;

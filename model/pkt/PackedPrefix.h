@@ -17,9 +17,12 @@ class PackedPrefix {
    friend PrefixForm;
    PackedPrefix(std::uint32_t address, IpGenPrefix const& prefix) noexcept;
 
+   std::uint32_t family() const noexcept { return kind_ >> 8; }
+   std::uint32_t length() const noexcept { return kind_ & 0xffU; }
+   static std::uint16_t kindOf(IpGenPrefix const& prefix) noexcept;
+
    std::uint32_t address_;
-   std::uint8_t family_;
-   std::uint8_t length_;
+   std::uint16_t kind_;  ///< family and length, which are compared together
 };
 
 /// Keeps the prefixes of one collection (see mdl/KeyForm.h).
@@ -28,15 +31,14 @@ class PrefixForm {
    using Kept = PackedPrefix;
    using Shown = IpGenPrefix;
 
-   Kept keep(IpGenPrefix const& prefix) {
-      if (prefix.isIpv6()) return Kept(addWide(prefix.addr_), prefix);
-      return Kept(firstWord(prefix), prefix);
+   [[gnu::always_inline]] Kept keep(IpGenPrefix const& prefix) {
+      return Kept(prefix.isIpv6() ? addWide(prefix.addr_) : firstWord(prefix), prefix);
    }
    IpGenPrefix show(Kept const& kept) const noexcept {
       IpGenPrefix prefix;
-      prefix.family_ = kept.family_;
-      prefix.length_ = kept.length_;
-      if (kept.family_ == familyIpv6) {
+      prefix.family_ = kept.family();
+      prefix.length_ = kept.length();
+      if (kept.family() == familyIpv6) {
          prefix.addr_ = wide_->at(kept.address_);
       } else {
          std::memcpy(prefix.addr_.data(), &kept.address_, sizeof kept.address_);
@@ -49,10 +51,10 @@ class PrefixForm {
       return prefix;
    }
    void drop(Kept const& kept) noexcept {
-      if (kept.family_ == familyIpv6) wide_->remove(kept.address_);
+      if (kept.family() == familyIpv6) wide_->remove(kept.address_);
    }
    bool isSame(Kept const& kept, IpGenPrefix const& prefix) const noexcept {
-      if (((kept.family_ ^ prefix.family_) | (kept.length_ ^ prefix.length_)) != 0) return false;
+      if (kept.kind_ != Kept::kindOf(prefix)) return false;
       if (prefix.isIpv6()) return wide_->at(kept.address_) == prefix.addr_;
       return kept.address_ == firstWord(prefix);
    }
@@ -64,7 +66,7 @@ class PrefixForm {
       std::memcpy(&word, prefix.addr_.data(), sizeof word);
       return word;
    }
-   std::uint32_t addWide(Ip6Addr::Bytes const& address) {
+   [[gnu::noinline]] std::uint32_t addWide(Ip6Addr::Bytes const& address) {
       if (!wide_) wide_ = std::make_unique<WideAddresses>();
       return wide_->add(address);
    }
@@ -74,8 +76,11 @@ class PrefixForm {
 };
 
 inline PackedPrefix::PackedPrefix(std::uint32_t address, IpGenPrefix const& prefix) noexcept
-    : address_(address), family_(static_cast<std::uint8_t>(prefix.family())),
-      length_(static_cast<std::uint8_t>(prefix.length())) {}
+    : address_(address), kind_(kindOf(prefix)) {}
+
+inline std::uint16_t PackedPrefix::kindOf(IpGenPrefix const& prefix) noexcept {
+   return static_cast<std::uint16_t>(prefix.family() << 8 | prefix.length());
+}
 
 }  // namespace Pkt
 
