@@ -39,11 +39,12 @@ class BooksAhead {
       if (near.key != 0) prefetchEntries(*stateMachine_, near, walked_);
    }
 
-   /// For one key whose turn has come: at least its searches wait side by side.
-   static void load(FwdDecapGroupSm const& stateMachine, HashedKey const& key) noexcept {
+   /// For one key whose turn comes so soon: at least its searches wait side by side.
+   static void load(FwdDecapGroupSm const& stateMachine, HashedKey const& key,
+                    Mdl::Soon soon) noexcept {
       Hashes const hashes = hashesOf(key);
-      prefetchIndexes(stateMachine, hashes);
-      prefetchEntries(stateMachine, hashes, Walked::group);
+      if (soon != Mdl::Soon::next) prefetchIndexes(stateMachine, hashes);
+      if (soon != Mdl::Soon::later) prefetchEntries(stateMachine, hashes, Walked::group);
    }
 
  private:

@@ -11,12 +11,29 @@ namespace Fwd {
 using Tunnel::Decap::PayloadType;
 using Tunnel::Decap::TunnelType;
 
+namespace {
+
+/// A prefix of length zero is no destination.
+Pkt::IpGenPrefix destinationOf(Pkt::IpGenPrefix const& prefix) noexcept {
+   return prefix.length() != 0 ? prefix : Pkt::IpGenPrefix();
+}
+
+/// The source of all keys to a destination, which is never configured: any. An empty destination
+/// goes with the IPv6 form.
+Pkt::IpGenPrefix const& sourceFor(Pkt::IpGenPrefix const& destination) noexcept {
+   static constexpr Pkt::IpGenPrefix anyIpv4{Pkt::IpAddr()};
+   static constexpr Pkt::IpGenPrefix anyIpv6{Pkt::Ip6Addr()};
+   return destination.isIpv4() ? anyIpv4 : anyIpv6;
+}
+
+}  // namespace
+
 DecapKey FwdDecapGroupSm::MdlDecapGroup::createDecapKey(
     Pkt::IpGenPrefix const& prefix, Pkt::IntfId const& intfId, TunnelType tunnelType,
     std::uint16_t destPort, PayloadType payloadType, L3::VrfName const& forwardingVrf) {
    Pkt::IpGenPrefix destination;
    if (intfId == Pkt::emptyIntfId) {
-      if (prefix.length() != 0) destination = prefix;
+      destination = destinationOf(prefix);
    } else if (stateMachine_ != nullptr) {
       auto const ip = stateMachine_->ipStatus();
       if (auto const status = ip ? ip->ipIntfStatus(intfId) : nullptr) {
@@ -25,16 +42,16 @@ DecapKey FwdDecapGroupSm::MdlDecapGroup::createDecapKey(
          stateMachine_->decapIntfIpIs(intfId)->primaryIpIs(primary);
       }
    }
-   // The source is never configured: any. An empty destination goes with the IPv6 form.
-   auto const source =
-       destination.isIpv4() ? Pkt::IpGenPrefix(Pkt::IpAddr()) : Pkt::IpGenPrefix(Pkt::Ip6Addr());
-   return DecapKey(source, destination, tunnelType, destPort, payloadType, forwardingVrf);
+   return DecapKey(sourceFor(destination), destination, tunnelType, destPort, payloadType,
+                   forwardingVrf);
 }
 
-DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOf(Pkt::IpGenPrefix const& prefix) {
-   auto const watched = group();
-   return createDecapKey(prefix, Pkt::emptyIntfId, watched->tunnelType(), watched->destPort(),
-                         watched->payloadType(), watched->forwardingVrf());
+DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOf(Pkt::IpGenPrefix const& prefix) const {
+   // A reference is enough: nobody is called.
+   auto const& watched = static_cast<DecapGroup const&>(*notifier());
+   Pkt::IpGenPrefix const destination = destinationOf(prefix);
+   return DecapKey(sourceFor(destination), destination, watched.tunnelType(), watched.destPort(),
+                   watched.payloadType(), watched.forwardingVrf());
 }
 
 /// Whether a key is never counted, or not yet.

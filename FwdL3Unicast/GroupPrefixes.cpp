@@ -5,6 +5,8 @@
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/Messages.h"
 
+#include <algorithm>
+
 namespace Fwd {
 
 using Tunnel::Decap::TunnelType;
@@ -23,9 +25,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    // 3.
    DecapKey const key = keyOf(prefix);
    HashedKey const hashed = hashedKey(key);
-   fromIp_.prefetchIndex(hashed);
-   BooksAhead::load(*stateMachine, hashed);
-   fromIp_.prefetchEntry(hashed);
+   if (booksAreLarge() && !booksAreLoaded(hashed)) loadBooks(hashed, Mdl::Soon::now);
    FirstException errors;
    // 4.
    if (!isConfigured(prefix)) {
@@ -54,6 +54,34 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
       if (now != nullptr && now->wanted) fromIp_.list(entry, true);
    }
    errors.rethrow();
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::onAttributeSoon(Mdl::AttributeId attribute, void const* key,
+                                                     Mdl::Soon soon) noexcept {
+   if (attribute != DecapGroup::decapIpAttributeId || !following_ || stateMachine_ == nullptr)
+      return;
+   if (!notifier() || !booksAreLarge()) return;
+   DecapKey const ours = keyOf(*static_cast<Pkt::IpGenPrefix const*>(key));
+   loadBooks(hashedKey(ours), soon);
+}
+
+/// Smaller ones are in the caches, where loading them takes longer than it saves.
+bool FwdDecapGroupSm::MdlDecapGroup::booksAreLarge() const noexcept {
+   constexpr std::size_t fewKeys = 16'000;
+   return stateMachine_->refCount().size() >= fewKeys;
+}
+
+/// Whether an announcement had them loaded, so that it need not be done again.
+bool FwdDecapGroupSm::MdlDecapGroup::booksAreLoaded(HashedKey const& key) const noexcept {
+   return std::ranges::find(loaded_, key.hash()) != loaded_.end();
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::loadBooks(HashedKey const& key, Mdl::Soon soon) noexcept {
+   if (soon != Mdl::Soon::next) fromIp_.prefetchIndex(key);
+   BooksAhead::load(*stateMachine_, key, soon);
+   if (soon == Mdl::Soon::later) return;
+   fromIp_.prefetchEntry(key);
+   loaded_[loads_++ % loaded_.size()] = key.hash();
 }
 
 /// The key that a prefix has already: the one of the group's values of now, or one that kept its

@@ -141,8 +141,8 @@ void FwdDecapGroupSm::MdlDecapGroup::replay(unsigned replay) {
 }
 
 Tunnel::Decap::TunnelType FwdDecapGroupSm::MdlDecapGroup::tunnelType() const noexcept {
-   auto const watched = group();
-   return watched ? watched->tunnelType() : Tunnel::Decap::TunnelType::unknown;
+   auto const* const watched = static_cast<DecapGroup const*>(notifier().get());
+   return watched != nullptr ? watched->tunnelType() : Tunnel::Decap::TunnelType::unknown;
 }
 
 }  // namespace Fwd

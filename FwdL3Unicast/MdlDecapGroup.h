@@ -8,6 +8,8 @@
 #include "tunnel/decap/DecapExcludeIntfSet.h"
 #include "tunnel/decap/DecapIntfKey.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace Fwd {
@@ -40,6 +42,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// as null, which only detaches; the keys stay until the group is withdrawn.
    void notifierIs(Mdl::Ptr<Mdl::Entity const> const& group) override;
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
+   /// Loads what the books have on the key of a prefix.
+   void onAttributeSoon(Mdl::AttributeId attribute, void const* key,
+                        Mdl::Soon soon) noexcept override;
    void mdlDoZombieReactors(bool zombie) override;
    /// Switched on, it looks up which interfaces the group names by now.
    void hasNotificationActiveIs(bool active) override;
@@ -154,7 +159,10 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
 
    Tunnel::Decap::TunnelType tunnelType() const noexcept;
    /// The key of a prefix with the group's values of now.
-   DecapKey keyOf(Pkt::IpGenPrefix const& prefix);
+   DecapKey keyOf(Pkt::IpGenPrefix const& prefix) const;
+   bool booksAreLarge() const noexcept;
+   bool booksAreLoaded(HashedKey const& key) const noexcept;
+   void loadBooks(HashedKey const& key, Mdl::Soon soon) noexcept;
    bool isStopped(DecapKey const& key) const;
    bool isConfigured(Pkt::IpGenPrefix const& prefix) const;
    bool anotherCallsFor(DecapKey const& key) const;
@@ -210,6 +218,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    unsigned rekeyings_ = 0;
    unsigned rekeyDepth_ = 0;
    unsigned rebuilds_ = 0;
+   std::array<std::uint32_t, 8> loaded_{};  ///< hashes of the keys that were last loaded ahead
+   std::size_t loads_ = 0;
    /// The group's values changed while nobody could follow: its keys keep the old ones, each until
    /// it is derived anew.
    bool missedChanges_ = false;

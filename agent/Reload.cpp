@@ -4,6 +4,7 @@
 #include "mdl/Collection.h"
 
 #include <unordered_set>
+#include <vector>
 
 namespace Agent {
 
@@ -75,11 +76,12 @@ void Reload::groupIs(GroupConfiguration const& wanted) {
 /// What goes.
 void Reload::thin(DecapGroup& group, GroupConfiguration const& wanted) {
    auto const prefixes = members(wanted.decapIps);
-   for (auto const& entry : group.decapIp().walk()) {
-      if (prefixes.contains(entry.key)) continue;
-      ++changes_.prefixesRemoved;
-      attempt([&, prefix = entry.key] { group.decapIpDel(prefix); });
+   std::vector<Pkt::IpGenPrefix> gone;
+   for (auto const& entry : group.decapIp()) {
+      if (!prefixes.contains(entry.key)) gone.push_back(entry.key);
    }
+   changes_.prefixesRemoved += gone.size();
+   if (!gone.empty()) attempt([&] { group.decapIpDelEach(gone); });
    for (auto const& entry : group.decapIntf().walk()) {
       if (withKey(wanted.decapInterfaces, entry.key) != nullptr) continue;
       attempt([&, key = entry.key] { group.decapIntfDel(key); });
@@ -113,11 +115,12 @@ void Reload::recast(DecapGroup& group, GroupConfiguration const& wanted) {
 
 /// What comes.
 void Reload::fill(DecapGroup& group, GroupConfiguration const& wanted) {
+   std::vector<Pkt::IpGenPrefix> fresh;
    for (auto const& prefix : wanted.decapIps) {
-      if (group.decapIpHas(prefix)) continue;
-      ++changes_.prefixesAdded;
-      attempt([&] { group.decapIpIs(prefix); });
+      if (!group.decapIpHas(prefix)) fresh.push_back(prefix);
    }
+   changes_.prefixesAdded += fresh.size();
+   if (!fresh.empty()) attempt([&] { group.decapIpIsEach(fresh); });
    for (DecapIntf const& entry : wanted.decapInterfaces) {
       DecapIntf const* const known = group.decapIntf().find(entry.key());
       if (known != nullptr && *known == entry) continue;

@@ -7,6 +7,7 @@
 #include "bench/job/Machine.h"
 #include "bench/job/Plain.h"
 
+#include <array>
 #include <map>
 #include <memory>
 
@@ -16,6 +17,8 @@ namespace {
 
 unsigned constexpr groups = 8;
 
+unsigned groupOf(Pkt::IpGenPrefix const& prefix) { return prefix.ipAddr().value() % groups; }
+
 struct Prefixes {
    explicit Prefixes(std::size_t count) {
       for (std::size_t i = 0; i < count; ++i) {
@@ -24,10 +27,12 @@ struct Prefixes {
       }
       added = shuffled(inOrder, 1);
       withdrawn = shuffled(inOrder, 2);
+      for (auto const& prefix : inOrder) ofGroup[groupOf(prefix)].push_back(prefix);
    }
    std::vector<Pkt::IpGenPrefix> inOrder;
    std::vector<Pkt::IpGenPrefix> added;
    std::vector<Pkt::IpGenPrefix> withdrawn;
+   std::array<std::vector<Pkt::IpGenPrefix>, groups> ofGroup;
    std::uint64_t sum = 0;
 };
 
@@ -37,8 +42,6 @@ Prefixes const& prefixesOf(std::size_t count) {
    if (!prefixes) prefixes = std::make_unique<Prefixes const>(count);
    return *prefixes;
 }
-
-unsigned groupOf(Pkt::IpGenPrefix const& prefix) { return prefix.ipAddr().value() % groups; }
 
 template <class Job>
 void addAll(Job& job, Prefixes const& prefixes) {
@@ -82,11 +85,7 @@ double withdraw(std::size_t count) {
 
 template <class Job>
 void applyDocument(Job& job, Prefixes const& prefixes) {
-   for (unsigned group = 0; group < groups; ++group) {
-      for (auto const& prefix : prefixes.inOrder) {
-         if (groupOf(prefix) == group) job.add(group, prefix);
-      }
-   }
+   for (unsigned group = 0; group < groups; ++group) job.apply(group, prefixes.ofGroup[group]);
 }
 
 template <class Job>

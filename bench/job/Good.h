@@ -37,6 +37,9 @@ class Good {
       if (!alive->prefixes.insert(prefix).second) return;
       for (auto const& watcher : alive->watchers) watcher->prefixChanged(prefix);
    }
+   void apply(unsigned group, std::vector<Pkt::IpGenPrefix> const& prefixes) {
+      for (auto const& prefix : prefixes) add(group, prefix);
+   }
    void withdraw(unsigned group, Pkt::IpGenPrefix const& prefix) {
       auto const alive = groups_[group];
       if (alive->prefixes.erase(prefix) == 0) return;

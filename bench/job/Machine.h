@@ -28,6 +28,9 @@ class Machine {
    Machine& operator=(Machine const&) = delete;
 
    void add(unsigned group, Pkt::IpGenPrefix const& prefix) { groups_[group]->decapIpIs(prefix); }
+   void apply(unsigned group, std::vector<Pkt::IpGenPrefix> const& prefixes) {
+      groups_[group]->decapIpIsEach(prefixes);
+   }
    void withdraw(unsigned group, Pkt::IpGenPrefix const& prefix) {
       groups_[group]->decapIpDel(prefix);
    }

@@ -39,6 +39,9 @@ class Plain {
       if (!alive->prefixes.insert(prefix).second) return;
       for (auto const& watcher : alive->watchers) watcher(prefix);
    }
+   void apply(unsigned group, std::vector<Pkt::IpGenPrefix> const& prefixes) {
+      for (auto const& prefix : prefixes) add(group, prefix);
+   }
    void withdraw(unsigned group, Pkt::IpGenPrefix const& prefix) {
       auto const alive = groups_[group];
       if (alive->prefixes.erase(prefix) == 0) return;

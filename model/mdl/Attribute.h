@@ -3,6 +3,7 @@
 #include "mdl/Entity.h"
 #include "mdl/Exception.h"
 
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -56,10 +57,14 @@ using AttributeResult =
    void name##Is(K const& key, V value) { entryIs(name##_, key, std::move(value), id); } \
    MDL_COLLECTION_BASE(K, V, name, id)
 
-/// A set: also `nameIs(key)`; the stored value is always true.
-#define MDL_SET(K, name, id)                                        \
- public:                                                            \
-   void name##Is(K const& key) { entryIs(name##_, key, true, id); } \
+/// A set: also `nameIs(key)`; the stored value is always true. `nameIsEach(keys)` and
+/// `nameDelEach(keys)` do the same for several keys, as if one after the other (see
+/// `Entity::entriesAre`).
+#define MDL_SET(K, name, id)                                                           \
+ public:                                                                               \
+   void name##Is(K const& key) { entryIs(name##_, key, true, id); }                    \
+   void name##IsEach(std::span<K const> keys) { entriesAre(name##_, keys, true, id); } \
+   void name##DelEach(std::span<K const> keys) { entriesDel(name##_, keys, id); }      \
    MDL_COLLECTION_BASE(K, bool, name, id)
 
 /// Values that carry their own key, `keyOf()`: also `nameIs(value)`.

@@ -22,9 +22,4 @@ void Entity::onZeroReferences() {
    if (counted != nullptr) counted->noteDeallocation();
 }
 
-void Entity::deliver(AttributeId attribute, void const* key) const {
-   Ptr<Entity const> const self(this);
-   notifiees_.dispatch(attribute, key);
-}
-
 }  // namespace Mdl

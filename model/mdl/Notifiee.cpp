@@ -31,6 +31,8 @@ void PtrInterface::NotifieeConst::isRegisteredNotifieeIs(bool registered) {
 
 void PtrInterface::NotifieeConst::onAttribute(AttributeId, void const*) {}
 
+void PtrInterface::NotifieeConst::onAttributeSoon(AttributeId, void const*, Soon) noexcept {}
+
 void PtrInterface::NotifieeConst::mdlDoZombieReactors(bool zombie) {
    zombieTransition(zombie, [] {});
 }

@@ -10,6 +10,11 @@ namespace Mdl {
 
 class Entity;
 
+/// How soon a change is to come. One of a burst is announced twice: `later`, for loading what waits
+/// for nothing, and as the `next`, for loading what that has led to. One by itself comes `now`,
+/// which is for both.
+enum class Soon : std::uint8_t { later, next, now };
+
 /// Identifies an attribute of a type, in notifications and in reflection.
 using AttributeId = std::uint32_t;
 
@@ -40,6 +45,11 @@ class MDL_EXPORT PtrInterface::NotifieeConst : public PtrInterface {
    /// collection attribute (the same call for an entry added, changed and removed: look the key
    /// up) and is null for a scalar; it is valid during the call.
    virtual void onAttribute(AttributeId attribute, void const* key);
+
+   /// Called before an entry of a large collection is searched for, to be changed: for who wants to
+   /// have the processor load what the handling of the change will read, so that both wait for
+   /// memory at the same time. Must do nothing else. No change need follow.
+   virtual void onAttributeSoon(AttributeId attribute, void const* key, Soon soon) noexcept;
 
    /// Puts the reactor to rest (true), with whatever clean-up its class calls for, or revives it.
    virtual void mdlDoZombieReactors(bool zombie);

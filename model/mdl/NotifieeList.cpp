@@ -3,7 +3,6 @@
 #include "mdl/Assert.h"
 
 #include <algorithm>
-#include <exception>
 
 namespace Mdl {
 
@@ -25,30 +24,60 @@ void NotifieeList::remove(PtrInterface::NotifieeConst& notifiee) noexcept {
    }
 }
 
-void NotifieeList::dispatch(AttributeId attribute, void const* key) {
-   struct Walk {
-      NotifieeList& list;
-      explicit Walk(NotifieeList& l) noexcept : list(l) { ++list.walks_; }
-      ~Walk() { list.walkEnded(); }
-   } const walk(*this);
-
-   std::exception_ptr first;
-   std::size_t const end = places_.size();
-   for (std::size_t at = 0; at < end; ++at) {
-      auto* const notifiee = places_[at];
-      if (notifiee == nullptr || !notifiee->hasNotificationActive()) continue;
-      Ptr<PtrInterface::NotifieeConst> const alive(notifiee);
-      try {
-         notifiee->onAttribute(attribute, key);
-      } catch (...) {
-         if (!first) first = std::current_exception();
-      }
+/// A dispatch that is under way. The last one to end does I2.
+struct NotifieeList::Walk {
+   explicit Walk(NotifieeList& walked) noexcept : list(walked) { ++list.walks_; }
+   Walk(Walk const&) = delete;
+   Walk& operator=(Walk const&) = delete;
+   ~Walk() {
+      if (--list.walks_ == 0 && list.live_ != list.places_.size()) [[unlikely]]
+         std::erase(list.places_, nullptr);
    }
-   if (first) std::rethrow_exception(first);
+   NotifieeList& list;
+};
+
+void NotifieeList::dispatch(PtrInterface const& entity, AttributeId attribute, void const* key) {
+   Ptr<PtrInterface const> const alive(&entity);
+   Walk const walk(*this);
+   std::size_t const end = places_.size();
+   std::size_t at = 0;
+   try {
+      tell(at, end, attribute, key);
+   } catch (...) {
+      tellRest(at, end, attribute, key, std::current_exception());
+   }
 }
 
-void NotifieeList::walkEnded() noexcept {
-   if (--walks_ == 0 && live_ != places_.size()) std::erase(places_, nullptr);
+/// Tells those from place `at` on. When one throws, `at` is the place behind it.
+inline void NotifieeList::tell(std::size_t& at, std::size_t end, AttributeId attribute,
+                               void const* key) {
+   while (at < end) {
+      auto* const notifiee = places_[at++];
+      if (notifiee == nullptr || !notifiee->hasNotificationActive()) continue;
+      Ptr<PtrInterface::NotifieeConst> const alive(notifiee);
+      notifiee->onAttribute(attribute, key);
+   }
+}
+
+/// What is left to be told after an exception, which reaches the caller in the end.
+void NotifieeList::tellRest(std::size_t at, std::size_t end, AttributeId attribute, void const* key,
+                            std::exception_ptr const& first) {
+   while (at < end) {
+      try {
+         tell(at, end, attribute, key);
+      } catch (...) {
+         // The first one has been kept.
+      }
+   }
+   std::rethrow_exception(first);
+}
+
+void NotifieeList::announce(AttributeId attribute, void const* key, Soon soon) const noexcept {
+   for (auto* const notifiee : places_) {
+      if (notifiee != nullptr && notifiee->hasNotificationActive()) {
+         notifiee->onAttributeSoon(attribute, key, soon);
+      }
+   }
 }
 
 }  // namespace Mdl

@@ -4,6 +4,7 @@
 #include "mdl/Notifiee.h"
 
 #include <cstddef>
+#include <exception>
 #include <vector>
 
 namespace Mdl {
@@ -31,13 +32,20 @@ class MDL_EXPORT NotifieeList {
    void add(PtrInterface::NotifieeConst& notifiee);
    void remove(PtrInterface::NotifieeConst& notifiee) noexcept;
 
-   /// Tells every reactor of a change, depth first: a change made by one of them is told to all
-   /// before the next hears of this one. An exception does not keep the change from the others;
-   /// the first one reaches the caller once all have been told.
-   void dispatch(AttributeId attribute, void const* key);
+   /// Tells every reactor of a change of `entity`, whose list this is and which stays alive
+   /// meanwhile. Depth first: a change made by one of them is told to all before the next hears of
+   /// this one. An exception does not keep the change from the others; the first one reaches the
+   /// caller once all have been told.
+   void dispatch(PtrInterface const& entity, AttributeId attribute, void const* key);
+
+   /// Lets every reactor load what it will need for a change that is about to be made.
+   void announce(AttributeId attribute, void const* key, Soon soon) const noexcept;
 
  private:
-   void walkEnded() noexcept;
+   struct Walk;
+   void tell(std::size_t& at, std::size_t end, AttributeId attribute, void const* key);
+   void tellRest(std::size_t at, std::size_t end, AttributeId attribute, void const* key,
+                 std::exception_ptr const& first);
 
    std::vector<PtrInterface::NotifieeConst*> places_;
    std::size_t live_ = 0;
