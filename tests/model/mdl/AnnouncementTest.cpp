@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -47,7 +48,11 @@ class Watcher final : public Mdl::PtrInterface::NotifieeConst {
    }
    void onAttribute(Mdl::AttributeId attribute, void const* key) override {
       write("changed", attribute, key);
+      auto const number = *static_cast<std::uint32_t const*>(key);
+      if (number % 1000 == throwsAt) throw std::runtime_error(std::to_string(number));
    }
+   /// Throws at keys that end with this number of three digits.
+   std::uint32_t throwsAt = 1000;
 
  private:
    ~Watcher() override = default;
@@ -118,6 +123,24 @@ TEST_F(Announcement, RunsAheadOfABurst) {
    for (std::uint32_t key = 2001; key < 2020; ++key) {
       EXPECT_LT(at("changed", key - 1), at("changed", key));
    }
+}
+
+TEST_F(Announcement, ABurstGoesOnAfterAnException) {
+   std::vector<std::uint32_t> const burst{1, 1007, 2, 2007, 3};
+   watcher->throwsAt = 7;
+   auto const message = [](auto const& act) -> std::string {
+      try {
+         act();
+      } catch (std::runtime_error const& error) {
+         return error.what();
+      }
+      return "none";
+   };
+   EXPECT_EQ(message([&] { field->weedIsEach(burst); }), "1007");
+   EXPECT_EQ(field->weed().size(), 5U);
+   EXPECT_EQ(message([&] { field->weedDelEach(burst); }), "1007");
+   EXPECT_TRUE(field->weed().empty());
+   EXPECT_EQ(message([&] { field->weedIsEach({}); }), "none");
 }
 
 TEST_F(Announcement, IsNoPromiseOfAChange) {
