@@ -54,7 +54,7 @@ namespace Mdl {
 /// Exceptions: only `makeRoom` allocates what it needs, before it changes anything. What the
 /// others could use memory for (giving memory back) they leave undone when there is none.
 /// Cost: 5.3 bytes a slot; 6 to 12 bytes a position once there are many, up to 24 after many
-///   removals; no memory while empty.
+///   removals, or 48 while a table waits for its buddy to become sparse; no memory while empty.
 ///
 /// Tried and left: tombstones instead of `passed` (searches for absent keys grow with churn until
 /// a clean-up, which then is one more stall); tags and positions of a group in one cache line (five
