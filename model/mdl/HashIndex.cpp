@@ -89,9 +89,10 @@ void HashIndex::Table::unpass(std::uint32_t group, std::uint32_t passClass) noex
    tagGroup.passed = static_cast<std::uint8_t>(tagGroup.passed & ~(1U << passClass));
 }
 
+/// Visits what stands in the slots of the first `groups` groups.
 template <class Visit>
-void HashIndex::forEachSlot(Table& table, Visit const& visit) {
-   for (std::uint32_t i = 0; i < table.groupCount; ++i) {
+void HashIndex::forEachSlot(Table& table, std::uint32_t groups, Visit const& visit) {
+   for (std::uint32_t i = 0; i < groups; ++i) {
       for (Chosen some = table.tags()[i].taken(); some.any(); some.dropFirst()) {
          visit(table.positions()[i * positionsPerGroup + some.first()]);
       }
@@ -113,7 +114,7 @@ void HashIndex::forEachHashed(Table& table, Which which, Hashes const& hashes, V
       for (std::size_t i = 0; i < count; ++i) visit(loaded[i], positions[i]);
       count = 0;
    };
-   forEachSlot(table, [&](std::uint32_t slot) {
+   forEachSlot(table, table.groupCount, [&](std::uint32_t slot) {
       if (slot >> positionBits >= static_cast<std::uint32_t>(which)) return;
       positions[count++] = positionIn(slot);
       if (count == atOnce) visitThem();
@@ -244,13 +245,23 @@ void HashIndex::resize(std::size_t number, Table* into, Hashes const& hashes) no
    release(&old);
 }
 
-/// How many positions of a table of `maxGroups` or more have the bit by which it would be split.
-std::uint32_t HashIndex::countUpper(Table& table, Hashes const& hashes) {
-   unsigned const level = groupBits + table.depth;
+/// About how many positions of a table of `maxGroups` or more have the bit by which it would be
+/// split; none or all only if that is so. Nearly every table divides evenly, and a few of its
+/// groups show that. One of more groups has hashes that do not divide, and foretells nothing.
+std::uint32_t HashIndex::estimateUpper(Table& table, Hashes const& hashes) {
    std::uint32_t upper = 0;
-   forEachSlot(table, [&](std::uint32_t slot) {
-      upper += isForetold(slot) ? slot >> positionBits & 1U : 0U;
-   });
+   std::uint32_t lower = 0;
+   auto const countForetold = [&](std::uint32_t slot) {
+      if (isForetold(slot)) ++((slot >> positionBits & 1U) != 0 ? upper : lower);
+   };
+   constexpr std::uint32_t few = 32;
+   forEachSlot(table, few, countForetold);
+   bool const isEven = upper < 2 * lower && lower < 2 * upper;
+   if (isEven) return table.count / 2;
+
+   upper = lower = 0;
+   forEachSlot(table, table.groupCount, countForetold);
+   unsigned const level = groupBits + table.depth;
    forEachHashed(table, Which::notForetold, hashes,
                  [&](std::uint32_t hash, std::uint32_t) { upper += hash >> level & 1U; });
    return upper;
@@ -263,7 +274,7 @@ bool HashIndex::split(std::size_t number, Hashes const& hashes) {
    if (old.depth >= maxDepth) return false;
 
    // 1. How the positions divide.
-   std::uint32_t const upper = countUpper(old, hashes);
+   std::uint32_t const upper = estimateUpper(old, hashes);
    if (upper == 0 || upper == old.count) return false;
 
    // 2. All memory, before anything changes that a reader could see.
@@ -445,7 +456,7 @@ void HashIndex::checkTable(Table& table, std::size_t number, Hashes const& hashe
    std::vector<std::array<std::uint32_t, 8>> passed(table.groupCount);
    std::uint32_t count = 0;
    MDL_ASSERT(table.level == levelOf(table.groupCount, table.depth));
-   forEachSlot(table, [&](std::uint32_t slot) {
+   forEachSlot(table, table.groupCount, [&](std::uint32_t slot) {
       ++count;
       std::uint32_t const position = positionIn(slot);
       std::uint32_t const hash = hashes.at(hashes.entries, position);

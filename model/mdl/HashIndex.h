@@ -196,7 +196,7 @@ class MDL_EXPORT HashIndex : private HashBits {
    static void removeSlot(Table& table, std::uint32_t hash, Probe const& probe,
                           std::uint32_t slot) noexcept;
    template <class Visit>
-   static void forEachSlot(Table& table, Visit const& visit);
+   static void forEachSlot(Table& table, std::uint32_t groups, Visit const& visit);
    /// Positions by how much is known of their hashes without reading them.
    enum class Which : std::uint32_t {
       notInFirstGroup = 1,
@@ -205,7 +205,7 @@ class MDL_EXPORT HashIndex : private HashBits {
    };
    template <class Visit>
    static void forEachHashed(Table& table, Which which, Hashes const& hashes, Visit const& visit);
-   static std::uint32_t countUpper(Table& table, Hashes const& hashes);
+   static std::uint32_t estimateUpper(Table& table, Hashes const& hashes);
    struct Half;
    static void divide(Table& old, Half low, Half high, Hashes const& hashes) noexcept;
    static void join(Half low, Half high, Table& into, Hashes const& hashes) noexcept;

@@ -256,13 +256,21 @@ TEST_F(HashIndexOver, TakesAnyNumberOfEqualHashes) {
 }
 
 TEST_F(HashIndexOver, KeepsTheDirectoryInProportionToCraftedHashes) {
-   // A crowd shares the bits by which tables divide, and each split takes one straggler off it.
-   for (unsigned bit = 0; bit < 16; ++bit) add(0x200U << bit);
-   for (int i = 0; i < 200000; ++i) add(static_cast<std::uint32_t>(random()) & 0xfe0001ffU);
-   check();
-   EXPECT_GT(index.tableCount(), 3U);
-   EXPECT_LE((std::size_t{1} << index.depth()) * 6000, stored.size());
-   EXPECT_LE(index.bytes(), stored.size() * 14);
+   // A crowd shares the bits by which tables divide, all zeros or all ones, and each split takes
+   // one straggler off it.
+   for (std::uint32_t const shared : {0U, 0x01fffe00U}) {
+      stored.clear();
+      count = 0;
+      index.clear();
+      for (unsigned bit = 0; bit < 16; ++bit) add((0x200U << bit) ^ shared);
+      for (int i = 0; i < 200000; ++i) {
+         add((static_cast<std::uint32_t>(random()) & 0xfe0001ffU) | shared);
+      }
+      check();
+      EXPECT_GT(index.tableCount(), 3U);
+      EXPECT_LE((std::size_t{1} << index.depth()) * 6000, stored.size());
+      EXPECT_LE(index.bytes(), stored.size() * 14);
+   }
 }
 
 TEST_F(HashIndexOver, IsWholeWhenThereIsNoMemoryToGrow) {
