@@ -79,9 +79,8 @@ bool FwdDecapGroupSm::MdlDecapGroup::booksAreLoaded(HashedKey const& key) const 
 void FwdDecapGroupSm::MdlDecapGroup::loadBooks(HashedKey const& key, Mdl::Soon soon) noexcept {
    if (soon != Mdl::Soon::next) fromIp_.prefetchIndex(key);
    BooksAhead::load(*stateMachine_, key, soon);
-   if (soon == Mdl::Soon::later) return;
-   fromIp_.prefetchEntry(key);
-   loaded_[loads_++ % loaded_.size()] = key.hash();
+   if (soon != Mdl::Soon::later) fromIp_.prefetchEntry(key);
+   if (soon != Mdl::Soon::next) loaded_[loads_++ % loaded_.size()] = key.hash();
 }
 
 /// The key that a prefix has already: the one of the group's values of now, or one that kept its

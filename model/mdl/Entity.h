@@ -72,7 +72,7 @@ class MDL_EXPORT Entity : public PtrInterface {
          collection.insertOrAssign(key, std::move(value));
          return;
       }
-      announce(collection, key, attribute, Soon::now);
+      announce(collection, key, attribute, Soon::later);
       entryIsNow(collection, key, std::move(value), attribute);
    }
 
@@ -88,16 +88,19 @@ class MDL_EXPORT Entity : public PtrInterface {
    template <class C>
    void entriesAre(C& collection, std::span<typename C::Key const> keys,
                    typename C::Value const& value, AttributeId attribute) {
-      inBurst(collection, keys, attribute, [&](typename C::Hashed const& key) {
+      auto const change = [&](typename C::Hashed const& key) {
          entryIsNow(collection, key, value, attribute);
-      });
+      };
+      inBurst(collection, keys, attribute, Announced::once, change);
    }
 
    /// Removes the entries of `keys`, in the same way.
    template <class C>
    void entriesDel(C& collection, std::span<typename C::Key const> keys, AttributeId attribute) {
-      inBurst(collection, keys, attribute,
-              [&](typename C::Hashed const& key) { entryDelNow(collection, key, attribute); });
+      auto const change = [&](typename C::Hashed const& key) {
+         entryDelNow(collection, key, attribute);
+      };
+      inBurst(collection, keys, attribute, Announced::twice, change);
    }
 
    /// Removes an entry; an absent one is no change. What the entry held goes last.
@@ -165,12 +168,14 @@ class MDL_EXPORT Entity : public PtrInterface {
       if (auto const removed = collection.extract(key)) notify(attribute, &removed->key);
    }
 
+   enum class Announced : std::uint8_t { once, twice };
+
    /// Calls `change` for each key in turn, having announced those that follow, so that while one is
    /// changed the processor loads what others need. All changes are made although a reactor throws;
    /// the first exception reaches the caller then. The keys must stay until the end.
    template <class C, class Change>
    void inBurst(C const& collection, std::span<typename C::Key const> keys, AttributeId attribute,
-                Change const& change) {
+                Announced announced, Change const& change) {
       constexpr std::size_t far = 8;
       constexpr std::size_t near = 4;
       Ptr<Entity> const self(this);
@@ -185,7 +190,8 @@ class MDL_EXPORT Entity : public PtrInterface {
             hashes[ahead % far] = collection.hashed(keys[ahead]).hash();
             announce(collection, hashed(ahead), attribute, Soon::later);
          }
-         if (ahead >= far - near && ahead - (far - near) < keys.size()) {
+         bool const isNear = ahead >= far - near && ahead - (far - near) < keys.size();
+         if (announced == Announced::twice && isNear) {
             announce(collection, hashed(ahead - (far - near)), attribute, Soon::next);
          }
       }

@@ -10,9 +10,10 @@ namespace Mdl {
 
 class Entity;
 
-/// How soon a change is to come. One of a burst is announced twice: `later`, for loading what waits
-/// for nothing, and as the `next`, for loading what that has led to. One by itself comes `now`,
-/// which is for both.
+/// How soon a change is to come. The removal of an entry is announced twice in a burst: `later`,
+/// for loading what waits for nothing, and as the `next`, for loading what that has led to. One by
+/// itself comes `now`, which is for both. An entry that is added is announced once, `later`: what
+/// there is of it leads to nothing yet.
 enum class Soon : std::uint8_t { later, next, now };
 
 /// Identifies an attribute of a type, in notifications and in reflection.
