@@ -95,15 +95,17 @@ dgRetCode FwdDecapGroupSm::reviewKeys(Mdl::Seconds deadline) {
          break;
       }
       // 2. A key whose destination another VRF owns is passed over.
-      HardwareCall call(*this, refCountAt(waiting.hashed()));
-      if (call.ownerIsAnother()) {
-         traceOwner("doReview", key);
-         continue;
-      }
-      if (call.isNested()) continue;  // the call around this one answers for the key
-      // 3., 4.
-      auto entry = walk.lookup(unprogrammedKey_);
-      last = call.retry(entry);
+      {
+         HardwareCall call(*this, refCountAt(waiting.hashed()));
+         if (call.ownerIsAnother()) {
+            traceOwner("doReview", key);
+            continue;
+         }
+         if (call.isNested()) continue;  // the call around this one answers for the key
+         // 3., 4.
+         auto entry = walk.lookup(unprogrammedKey_);
+         last = call.retry(entry);
+      }  // Who hears of the alarm may change the count of the key, too.
       if (last == dgRcSuccess || last == dgRcAlreadyExists) continue;
       // 5. The first refusal ends the pass; the key stays where it is and comes first next time.
       if (last == dgRcHwFull && status_ && !status_->hwResourceFull()) raiseHwResourceFull();

@@ -17,7 +17,8 @@
 namespace Fwd {
 
 /// What many keys have in common, which is all but the destination: each combination once, under a
-/// number. The keys of a group have one combination, or two while it is re-keyed.
+/// number. The keys of a group have one combination for each address family, twice as many while it
+/// is re-keyed.
 ///
 /// Owner: the form in which one collection keeps its keys. Not shared.
 /// I1: a number is in use as often as it was taken and not yet dropped, and is given to nobody else

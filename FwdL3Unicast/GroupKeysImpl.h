@@ -74,8 +74,9 @@ void FwdDecapGroupSm::MdlDecapGroup::forgetAll(GroupKeys<Use>& keys, FirstExcept
       auto now = keys.at(walk);
       do {
          errors.attempt([&] { letGo(now); });
-         // One that rebuilds the group has emptied the set: what it holds now is to stay.
-         if (rebuilds_ != mine) return;
+         // One that rebuilds the group has emptied the set: what it holds now is to stay. So is
+         // what a group holds that has left its machine without giving it back.
+         if (rebuilds_ != mine || stateMachine_ == nullptr) return;
          keys.forget(now);
       } while (keys.isHeld(now));
    }

@@ -3,6 +3,8 @@
 #include "FwdL3Unicast/FirstException.h"
 #include "FwdL3Unicast/Messages.h"
 
+#include <utility>
+
 namespace Fwd {
 
 namespace {
@@ -36,51 +38,50 @@ HardwareCall::HardwareCall(FwdDecapGroupSm& stateMachine, RefCount const& count)
 
 HardwareCall::~HardwareCall() { stateMachine_.hardwareCalls_ = outer_; }
 
-bool HardwareCall::isUnderWay(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept {
-   return isAmong(stateMachine.hardwareCalls_, key);
-}
-
-bool HardwareCall::isAmong(HardwareCall const* inner, DecapKey const& key) noexcept {
-   for (auto const* call = inner; call != nullptr; call = call->outer_) {
-      if (call->key_ == key) return true;
-   }
-   return false;
-}
-
-bool HardwareCall::program() {
-   // One VRF at a time owns a destination: the key waits until the owner leaves.
-   if (ownerIsAnother()) {
-      stateMachine_.traceOwner("createDecapEntry", key_);
-      stateMachine_.addToBacklog(hashed());
-      return false;
-   }
-   FWD_TRACE_AS("createDecapEntry", 2, " add key to hw " << key_);
-   FirstException errors;
-   errors.attempt([&] { settle(ask()); });
-   errors.attempt([&] { stateMachine_.doMaybeScheduleReview(); });
-   errors.rethrow();
+bool HardwareCall::leaveTo(FwdDecapGroupSm const& stateMachine, DecapKey const& key) noexcept {
+   HardwareCall* const underWay = callFor(key, stateMachine.hardwareCalls_);
+   if (underWay == nullptr) return false;
+   underWay->left_ = true;
    return true;
 }
 
-dgRetCode HardwareCall::retry(Mdl::Lookup<Waiting>& waiting) {
-   dgRetCode const answer = ask();
-   FWD_TRACE_AS("doReview", 7, " unprogrammed rc " << answer);
-   if (!isCounted()) {
-      withdrawUnwanted(answer);
-   } else if (outcomeOf(answer) == Outcome::inHardware) {
-      recordSuccess(waiting);
-   } else if (outcomeOf(answer) == Outcome::retryLater) {
-      // No effect on a key that still waits; one that was released and wanted again meanwhile
-      // has left the backlog.
-      stateMachine_.addToBacklog(hashed());
-   } else if (!waiting.exists()) {
-      stateMachine_.refusedKey_.insertOrAssign(hashed(), answer);
+HardwareCall* HardwareCall::callFor(DecapKey const& key, HardwareCall* inner) noexcept {
+   while (inner != nullptr && inner->key_ != key) inner = inner->outer_;
+   return inner;
+}
+
+bool HardwareCall::program() {
+   FirstException errors;
+   // One VRF at a time owns a destination: the key waits until the owner leaves.
+   bool const waits = ownerIsAnother();
+   if (waits) {
+      stateMachine_.traceOwner("createDecapEntry", key_);
+      errors.attempt([&] { stateMachine_.addToBacklog(hashed()); });
+   } else {
+      FWD_TRACE_AS("createDecapEntry", 2, " add key to hw " << key_);
+      errors.attempt([&] { settle(ask()); });
+      errors.attempt([&] { stateMachine_.doMaybeScheduleReview(); });
    }
+   errors.attempt([&] { bringInLine(); });
+   errors.rethrow();
+   return !waits;
+}
+
+dgRetCode HardwareCall::retry(Mdl::Lookup<Waiting>& waiting) {
+   FirstException errors;
+   dgRetCode answer = dgRcSuccess;
+   errors.attempt([&] {
+      answer = ask();
+      settleRetried(answer, waiting);
+   });
+   errors.attempt([&] { bringInLine(); });
+   errors.rethrow();
    return answer;
 }
 
 void HardwareCall::remove() {
    FirstException errors;
+   inHardware_ = false;
    errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
    // The owner goes with any of its keys, even while another key of the same destination stays in
    // hardware. This is deliberate: the next VRF that asks is let in.
@@ -91,6 +92,17 @@ void HardwareCall::remove() {
       errors.attempt([&] { stateMachine_.doMaybeScheduleReview(); });
    }
    errors.rethrow();
+}
+
+/// Those who heard of what was recorded may have released the key, or taken it again.
+void HardwareCall::bringInLine() {
+   if (!std::exchange(left_, false)) return;
+   if (inHardware_ && !isCounted()) {
+      remove();
+   } else if (!inHardware_ && isCounted() && !stateMachine_.unprogrammedKey_.contains(hashed()) &&
+              !stateMachine_.refusedKey_.contains(hashed())) {
+      program();
+   }
 }
 
 bool HardwareCall::ownerIsAnother() {
@@ -129,6 +141,21 @@ void HardwareCall::settle(dgRetCode answer) {
    }
 }
 
+void HardwareCall::settleRetried(dgRetCode answer, Mdl::Lookup<Waiting>& waiting) {
+   FWD_TRACE_AS("doReview", 7, " unprogrammed rc " << answer);
+   if (!isCounted()) {
+      withdrawUnwanted(answer);
+   } else if (outcomeOf(answer) == Outcome::inHardware) {
+      recordSuccess(waiting);
+   } else if (outcomeOf(answer) == Outcome::retryLater) {
+      // No effect on a key that still waits; one that was released and wanted again meanwhile has
+      // left the backlog.
+      stateMachine_.addToBacklog(hashed());
+   } else if (!waiting.exists()) {
+      stateMachine_.refusedKey_.insertOrAssign(hashed(), answer);
+   }
+}
+
 void HardwareCall::withdrawUnwanted(dgRetCode answer) {
    // Released while hardware was being asked: what it may have taken goes again, and nothing was
    // recorded. If the key is wanted once more when that is done, it starts over.
@@ -140,21 +167,29 @@ void HardwareCall::withdrawUnwanted(dgRetCode answer) {
 }
 
 void HardwareCall::recordSuccess(Mdl::Lookup<Waiting>& waiting) {
-   if (ownerIsAnother()) {
-      // Another VRF took the destination inside the hook call, when it was still free. One of the
-      // two must go, and the other one is in the books.
-      FirstException errors;
-      errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
-      if (isCounted()) errors.attempt([&] { stateMachine_.addToBacklog(hashed()); });
-      errors.rethrow();
-      return;
-   }
-   stateMachine_.refusedKey_.erase(hashed());
    FirstException errors;
-   errors.attempt([&] { stateMachine_.entryDel(waiting, memberId::unprogrammedKey); });
-   errors.attempt([&] {
-      stateMachine_.entryIs(owner_, key_.forwardingVrf(), memberId::tunnelTypeDecapIpToVrf);
-   });
+   if (!ownerIsAnother()) {
+      inHardware_ = true;
+      stateMachine_.refusedKey_.erase(hashed());
+      errors.attempt([&] { stateMachine_.entryDel(waiting, memberId::unprogrammedKey); });
+      // Whoever heard of that may have released the key, or let another VRF have the destination.
+      if (isCounted() && !ownerIsAnother()) {
+         errors.attempt([&] {
+            stateMachine_.entryIs(owner_, key_.forwardingVrf(), memberId::tunnelTypeDecapIpToVrf);
+         });
+      }
+   }
+   if (ownerIsAnother()) errors.attempt([&] { giveWay(); });
+   errors.rethrow();
+}
+
+/// Another VRF took the destination when it was still free. One of the two must go, and the other
+/// one is in the books.
+void HardwareCall::giveWay() {
+   FirstException errors;
+   inHardware_ = false;
+   errors.attempt([&] { stateMachine_.decapHelper_->removeDecapKey(key_); });
+   if (isCounted()) errors.attempt([&] { stateMachine_.addToBacklog(hashed()); });
    errors.rethrow();
 }
 

@@ -57,7 +57,7 @@ void FwdDecapGroupSm::referenceReleased(RefCount& count, std::uint32_t reference
 /// The key has its first reference. False when hardware need not be asked: another VRF owns the
 /// destination, or a call that is under way for the key answers for it.
 bool FwdDecapGroupSm::handOver(RefCount const& count) {
-   if (HardwareCall::isUnderWay(*this, count.key().key())) return false;
+   if (HardwareCall::leaveTo(*this, count.key().key())) return false;
    return HardwareCall(*this, count).program();
 }
 
@@ -74,7 +74,7 @@ void FwdDecapGroupSm::takeBack(RefCount const& count) {
       errors.rethrow();
       return;
    }
-   if (HardwareCall::isUnderWay(*this, key.key())) return;
+   if (HardwareCall::leaveTo(*this, key.key())) return;
    HardwareCall(*this, count).remove();
 }
 

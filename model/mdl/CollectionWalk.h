@@ -126,8 +126,8 @@ class Walk : public PinnedWalk<Collection, Walk<Collection>> {
    /// in the same chunk of memory: so that a body can load ahead what it will ask for.
    template <class Visit>
    void ahead(std::uint32_t steps, Visit const& visit) const {
-      auto const& store = this->collection().store_;
       if (this->ended() || chunk_ == Collection::npos) return;
+      auto const& store = this->collection().store_;
       auto const& chunk = store.chunk(chunk_);
       std::uint32_t const place = place_ + steps - 1;
       if (place >= chunk.used || store.hashes(chunk)[place] == 0) return;

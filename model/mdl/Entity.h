@@ -88,19 +88,19 @@ class MDL_EXPORT Entity : public PtrInterface {
    template <class C>
    void entriesAre(C& collection, std::span<typename C::Key const> keys,
                    typename C::Value const& value, AttributeId attribute) {
-      auto const change = [&](typename C::Hashed const& key) {
+      auto const make = [&](typename C::Hashed const& key) {
          entryIsNow(collection, key, value, attribute);
       };
-      inBurst(collection, keys, attribute, Announced::once, change);
+      inBurst(collection, keys, attribute, Announced::once, make);
    }
 
    /// Removes the entries of `keys`, in the same way.
    template <class C>
    void entriesDel(C& collection, std::span<typename C::Key const> keys, AttributeId attribute) {
-      auto const change = [&](typename C::Hashed const& key) {
+      auto const make = [&](typename C::Hashed const& key) {
          entryDelNow(collection, key, attribute);
       };
-      inBurst(collection, keys, attribute, Announced::twice, change);
+      inBurst(collection, keys, attribute, Announced::twice, make);
    }
 
    /// Removes an entry; an absent one is no change. What the entry held goes last.
@@ -140,10 +140,10 @@ class MDL_EXPORT Entity : public PtrInterface {
 
  private:
    /// Makes one of several changes, and keeps the first exception for later.
-   template <class Change>
-   static void attempt(std::exception_ptr& first, Change const& change) {
+   template <class Make>
+   static void attempt(std::exception_ptr& first, Make const& make) {
       try {
-         change();
+         make();
       } catch (...) {
          if (!first) first = std::current_exception();
       }
@@ -170,12 +170,13 @@ class MDL_EXPORT Entity : public PtrInterface {
 
    enum class Announced : std::uint8_t { once, twice };
 
-   /// Calls `change` for each key in turn, having announced those that follow, so that while one is
+   /// Calls `make` for each key in turn, having announced those that follow, so that while one is
    /// changed the processor loads what others need. All changes are made although a reactor throws;
-   /// the first exception reaches the caller then. The keys must stay until the end.
-   template <class C, class Change>
+   /// the first exception reaches the caller then. The keys, and the value, must stay until the
+   /// end.
+   template <class C, class Make>
    void inBurst(C const& collection, std::span<typename C::Key const> keys, AttributeId attribute,
-                Announced announced, Change const& change) {
+                Announced announced, Make const& make) {
       constexpr std::size_t far = 8;
       constexpr std::size_t near = 4;
       Ptr<Entity> const self(this);
@@ -185,7 +186,7 @@ class MDL_EXPORT Entity : public PtrInterface {
          return typename C::Hashed(keys[at], hashes[at % far]);
       };
       for (std::size_t ahead = 0; ahead < keys.size() + far; ++ahead) {
-         if (ahead >= far) attempt(first, [&] { change(hashed(ahead - far)); });
+         if (ahead >= far) attempt(first, [&] { make(hashed(ahead - far)); });
          if (ahead < keys.size()) {
             hashes[ahead % far] = collection.hashed(keys[ahead]).hash();
             announce(collection, hashed(ahead), attribute, Soon::later);

@@ -245,26 +245,48 @@ void HashIndex::resize(std::size_t number, Table* into, Hashes const& hashes) no
    release(&old);
 }
 
-/// About how many positions of a table of `maxGroups` or more have the bit by which it would be
-/// split; none or all only if that is so. Nearly every table divides evenly, and a few of its
-/// groups show that. One of more groups has hashes that do not divide, and foretells nothing.
-std::uint32_t HashIndex::estimateUpper(Table& table, Hashes const& hashes) {
-   std::uint32_t upper = 0;
-   std::uint32_t lower = 0;
-   auto const countForetold = [&](std::uint32_t slot) {
-      if (isForetold(slot)) ++((slot >> positionBits & 1U) != 0 ? upper : lower);
-   };
+/// Whether the first groups of a table of `maxGroups` or more show that it divides evenly by the
+/// next bit, as nearly every table does. One of more groups has hashes that do not divide, and
+/// foretells nothing.
+bool HashIndex::looksEven(Table& table) {
+   std::array<std::uint32_t, 2> counts = {0, 0};
    constexpr std::uint32_t few = 32;
-   forEachSlot(table, few, countForetold);
-   bool const isEven = upper < 2 * lower && lower < 2 * upper;
-   if (isEven) return table.count / 2;
+   forEachSlot(table, few, [&](std::uint32_t slot) {
+      if (isForetold(slot)) ++counts[slot >> positionBits & 1U];
+   });
+   return counts[0] < 2 * counts[1] && counts[1] < 2 * counts[0];
+}
 
-   upper = lower = 0;
-   forEachSlot(table, table.groupCount, countForetold);
+/// How many positions of a table of `maxGroups` or more have the bit by which it would be split.
+std::uint32_t HashIndex::countUpper(Table& table, Hashes const& hashes) {
    unsigned const level = groupBits + table.depth;
+   std::uint32_t upper = 0;
+   forEachSlot(table, table.groupCount, [&](std::uint32_t slot) {
+      upper += isForetold(slot) ? slot >> positionBits & 1U : 0U;
+   });
    forEachHashed(table, Which::notForetold, hashes,
                  [&](std::uint32_t hash, std::uint32_t) { upper += hash >> level & 1U; });
    return upper;
+}
+
+/// Two tables of the next depth with the positions of `old`, about `upper` of them in the second.
+std::array<HashIndex::Table*, 2> HashIndex::halvesOf(Table& old, std::uint32_t upper,
+                                                     Hashes const& hashes) {
+   Table* const low = allocateOrThrow(groupsFor(old.count - upper), old.depth + 1);
+   Table* const high = allocate(groupsFor(upper), old.depth + 1);
+   if (high == nullptr) {
+      release(low);
+      throw std::bad_alloc();
+   }
+   if (low->level == old.level + 1 && high->level == old.level + 1) {
+      divide(old, {*low, 0}, {*high, 0}, hashes);
+   } else {
+      unsigned const level = groupBits + old.depth;
+      forEachHashed(old, Which::all, hashes, [&](std::uint32_t hash, std::uint32_t at) {
+         put((hash >> level & 1U) != 0 ? *high : *low, hash, at);
+      });
+   }
+   return {low, high};
 }
 
 /// Replaces the table at `number` by two of the next depth. False, and nothing changed, where that
@@ -274,30 +296,23 @@ bool HashIndex::split(std::size_t number, Hashes const& hashes) {
    if (old.depth >= maxDepth) return false;
 
    // 1. How the positions divide.
-   std::uint32_t const upper = estimateUpper(old, hashes);
+   bool const even = looksEven(old);
+   std::uint32_t const upper = even ? old.count / 2 : countUpper(old, hashes);
    if (upper == 0 || upper == old.count) return false;
 
-   // 2. All memory, before anything changes that a reader could see.
+   // 2. All that can fail, before anything changes that a reader could see.
    if (old.depth == depth()) doubleDirectory();
-   Table* const low = allocateOrThrow(groupsFor(old.count - upper), old.depth + 1);
-   Table* const high = allocate(groupsFor(upper), old.depth + 1);
-   if (high == nullptr) {
-      release(low);
-      throw std::bad_alloc();
+   auto halves = halvesOf(old, upper, hashes);
+   if (even && groupsFor(std::max(halves[0]->count, halves[1]->count)) > maxGroups) {
+      // The first groups were not like the others, which only crafted hashes bring about.
+      for (Table* const half : halves) release(half);
+      halves = halvesOf(old, countUpper(old, hashes), hashes);
    }
 
-   // 3. The positions, and who answers for them.
-   if (low->level == old.level + 1 && high->level == old.level + 1) {
-      divide(old, {*low, 0}, {*high, 0}, hashes);
-   } else {
-      unsigned const level = groupBits + old.depth;
-      forEachHashed(old, Which::all, hashes, [&](std::uint32_t hash, std::uint32_t at) {
-         put((hash >> level & 1U) != 0 ? *high : *low, hash, at);
-      });
-   }
+   // 3. Who answers for the positions.
    std::size_t const half = std::size_t{1} << old.depth;
-   publish(number & ~half, low);
-   publish(number | half, high);
+   publish(number & ~half, halves[0]);
+   publish(number | half, halves[1]);
    ++tables_;
    release(&old);
    return true;
@@ -334,8 +349,9 @@ void HashIndex::eraseFurther(std::uint32_t hash, std::uint32_t position) noexcep
 }
 
 /// The table for `hash` is sparse: unites it with its buddies as long as that leaves room, and then
-/// shrinks it. One that has a buddy waits for that one to become sparse as well, up to half as full
-/// again: what is smaller than `maxGroups` and not alone has no order of growth.
+/// shrinks it. One that has a buddy waits for that one to become sparse as well, and shrinks alone
+/// only when it is half as full as that: what is smaller than `maxGroups` and not alone has no
+/// order of growth.
 void HashIndex::giveBack(std::uint32_t hash, Hashes const& hashes) noexcept {
    while (unite(placeNumber(hash), hashes)) maybeHalveDirectory();
    Table const& table = tableOf(hash);

@@ -4,6 +4,7 @@
 #include "mdl/HashBits.h"
 #include "mdl/TagGroup.h"
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -58,7 +59,7 @@ namespace Mdl {
 ///
 /// Tried and left: tombstones instead of `passed` (searches for absent keys grow with churn until
 /// a clean-up, which then is one more stall); tags and positions of a group in one cache line (five
-/// times as much memory to miss in, for one line less when a key is found)).
+/// times as much memory to miss in, for one line less when a key is found).
 class MDL_EXPORT HashIndex : private HashBits {
  public:
    static constexpr std::uint32_t npos = 0xffffffffU;
@@ -79,6 +80,7 @@ class MDL_EXPORT HashIndex : private HashBits {
    ~HashIndex();
 
    /// Whether there is any table, that is, whether room was ever made since the last `clear`.
+   /// Without one nothing can be searched for, moved or erased.
    bool active() const noexcept { return tables_ != 0; }
 
    /// The position with this hash for which `matches(position)` holds; npos when there is none.
@@ -205,7 +207,9 @@ class MDL_EXPORT HashIndex : private HashBits {
    };
    template <class Visit>
    static void forEachHashed(Table& table, Which which, Hashes const& hashes, Visit const& visit);
-   static std::uint32_t estimateUpper(Table& table, Hashes const& hashes);
+   static bool looksEven(Table& table);
+   static std::uint32_t countUpper(Table& table, Hashes const& hashes);
+   static std::array<Table*, 2> halvesOf(Table& old, std::uint32_t upper, Hashes const& hashes);
    struct Half;
    static void divide(Table& old, Half low, Half high, Hashes const& hashes) noexcept;
    static void join(Half low, Half high, Table& into, Hashes const& hashes) noexcept;

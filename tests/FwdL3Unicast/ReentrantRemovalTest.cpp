@@ -191,4 +191,14 @@ TEST_F(ReentrantRemoval, ThePortChangesAndKeysOnTheirWayOutAreLeftToTheTypeThatW
                              removal("10.1.0.0/16", 6081), removal("10.2.0.0/16", 6081)}));
 }
 
+// What such a group holds stays in hardware, for who comes after the restart.
+TEST_F(ReentrantRemoval, AGroupIsTakenAwayWithoutCleanUpWhileItsTypeChanges) {
+   sm->disableCleanupOnRestartIs(true);
+   during(1, [&] { whenGroupRemoved("red"); });
+   groupNamed("red").tunnelTypeIs(TunnelType::gre);
+   thenCalls({"remove " + entry("10.1.0.0/16") + " -> removed"});
+   thenHardware({entry("10.2.0.0/16")});
+   thenCounts({entry("10.2.0.0/16") + " x1"});
+}
+
 }  // namespace

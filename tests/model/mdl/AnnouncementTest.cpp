@@ -3,6 +3,7 @@
 
 #include "mdl/Attribute.h"
 #include "mdl/Reflection.h"
+#include "support/Actor.h"
 
 #include <gtest/gtest.h>
 
@@ -170,6 +171,20 @@ TEST_F(Announcement, ABurstGoesOnAfterAnException) {
    EXPECT_EQ(message([&] { field->weedDelEach(burst); }), "1007");
    EXPECT_TRUE(field->weed().empty());
    EXPECT_EQ(message([&] { field->weedIsEach({}); }), "none");
+}
+
+// The only ones who hold the entity let it go at the first change.
+TEST(Burst, GoesOnThoughItsEntityIsLetGo) {
+   Support::Journal heard;
+   auto field = Mdl::allocate<Field>();
+   auto const actor = Support::actorOn(field, heard, "actor");
+   actor->actIs([&] {
+      actor->notifierIs(nullptr);
+      field = nullptr;
+   });
+   std::vector<std::uint32_t> const burst{1, 2, 3};
+   field->weedIsEach(burst);
+   EXPECT_EQ(heard.size(), 1U);
 }
 
 TEST_F(Announcement, IsNoPromiseOfAChange) {
