@@ -103,12 +103,18 @@ class Daemon {
       Mdl::Seconds const next = service_.nextTurn();
       if (next == Mdl::never) {
          loop_.run_one();
-      } else {
-         loop_.run_one_until(
-             start_ + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(
-                          std::min(next, service_.world().now() + longestWait))));
+      } else if (loop_.run_one_until(momentOf(next)) == 0) {
+         // A moment that has passed runs nothing. Where every wake-up is late, commands and signals
+         // still have their turn.
+         loop_.poll_one();
       }
       if (!ended_) service_.turn();
+   }
+
+   Clock::time_point momentOf(Mdl::Seconds next) const {
+      Mdl::Seconds const latest = service_.world().now() + longestWait;
+      return start_ + std::chrono::duration_cast<Clock::duration>(
+                          std::chrono::duration<double>(std::min(next, latest)));
    }
 
    void listenForSignals() {

@@ -133,6 +133,16 @@ TEST_F(Daemon, AReviewInTheFarFutureLetsItSleep) {
    EXPECT_EQ(ask({"set", "hardware-capacity", "1"}).code, 0);
 }
 
+TEST_F(Daemon, AReviewThatIsAlwaysDueKeepsNobodyOut) {
+   givenAgent(
+       "{'groups': [{'name': 'a', 'tunnelType': 'gre', 'decapIps': ['10.1.0.0/16', "
+       "'10.2.0.0/16']}], 'hardware': {'capacity': 1}, 'review': {'interval': 0}}");
+   Support::RunningProgram client({DECAPCTL_PROGRAM, "--socket", socket, "show", "summary"});
+   EXPECT_EQ(client.code(), 0) << client.err();
+   agent->signal(SIGTERM);
+   EXPECT_EQ(agent->code(), 0) << agent->err();
+}
+
 /// The other end of what a service manager gives to its services.
 class NotifySocket {
  public:
