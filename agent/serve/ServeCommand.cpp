@@ -141,7 +141,8 @@ class Daemon {
 
    void end(bool keepHardware) {
       ended_ = true;
-      keepHardware_ = keepHardware;
+      // Whoever was told that hardware forwards on was told the truth, whatever comes afterwards.
+      keepHardware_ = keepHardware_ || keepHardware;
    }
 
    ExitCode leave(std::ostream& err) {

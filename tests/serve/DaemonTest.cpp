@@ -78,6 +78,14 @@ TEST_F(Daemon, AShutdownMayKeepHardware) {
    EXPECT_EQ(kept().size(), 2u);
 }
 
+TEST_F(Daemon, WhatWasSaidToBeKeptIsKeptWhateverComesAfterwards) {
+   givenAgent(two, {"--state", state});
+   ASSERT_EQ(ask({"shutdown", "--keep-hardware"}).code, 0);
+   agent->signal(SIGTERM);
+   EXPECT_EQ(agent->code(), 0) << agent->err();
+   EXPECT_EQ(kept().size(), 2u);
+}
+
 TEST_F(Daemon, TheNextOneTakesOverWhatWasKept) {
    givenAgent(two, {"--state", state});
    ask({"shutdown", "--keep-hardware"});
