@@ -82,6 +82,21 @@ TEST_F(ClientProgram, ObeysLinesFromAPipe) {
              "Audit: nothing is wrong\n");
 }
 
+TEST_F(ClientProgram, AJournalOverwritesNothingElse) {
+   givenAgent(two, {"--state", state});
+   std::string const table = state + "/hardware.state";
+   std::string const before = Support::readFile(table);
+   auto const end = ask({"journal", "start", table});
+   EXPECT_EQ(end.code, 2);
+   EXPECT_EQ(end.err, table + ": is there already, and is no journal\n");
+   EXPECT_EQ(Support::readFile(table), before);
+   std::string const journal = folder.path("a.journal");
+   for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(ask({"journal", "start", journal}).code, 0);
+      EXPECT_EQ(ask({"journal", "stop"}).code, 0) << "a journal overwrites another";
+   }
+}
+
 TEST_F(ClientProgram, Watches) {
    givenAgent(two);
    Support::RunningProgram watch(
