@@ -41,6 +41,16 @@ TEST_F(ClientProgram, SaysWhatIsWrongOnStandardError) {
              "decapctl: no agent at " + socket + ": No such file or directory\n");
 }
 
+TEST_F(ClientProgram, OutputThatIsLostIsAFailure) {
+   givenAgent(two);
+   for (char const* const words : {"show summary", "--help", "completion bash"}) {
+      auto const end = shell(std::string(DECAPCTL_PROGRAM) + " --socket " + socket + " " + words +
+                             " >/dev/full");
+      EXPECT_EQ(end.code, 3) << words;
+      EXPECT_EQ(end.err, "decapctl: cannot write the output\n");
+   }
+}
+
 TEST_F(ClientProgram, HandsOverFiles) {
    givenAgent(two);
    std::string const next = folder.path("next.json");
