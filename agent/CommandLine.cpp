@@ -9,6 +9,8 @@
 #include <CLI/CLI.hpp>
 
 #include <limits>
+#include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace Agent {
@@ -35,7 +37,7 @@ struct RunArguments {
    std::string hardwareState;
    bool keepHardware = false;
    std::string journal;
-   int traceLevel = -1;
+   std::optional<unsigned> traceLevel;
    bool json = false;
    bool all = false;
    std::size_t rows = 40;
@@ -93,9 +95,7 @@ RunOptions optionsFrom(RunArguments const& arguments) {
    if (options.scenario.empty() && options.configuration.empty()) {
       throw CLI::ValidationError("run", "needs a configuration or a scenario");
    }
-   if (arguments.traceLevel >= 0) {
-      options.traceLevel = static_cast<unsigned>(arguments.traceLevel);
-   }
+   options.traceLevel = arguments.traceLevel;
    options.hardwareState = arguments.hardwareState;
    options.keepHardware = arguments.keepHardware;
    options.journal = arguments.journal;
@@ -108,7 +108,6 @@ RunOptions optionsFrom(RunArguments const& arguments) {
 /// What follows `serve`.
 struct ServeArguments {
    std::string interfaces = "file";
-   int traceLevel = -1;
    ServeOptions options;
 };
 
@@ -142,7 +141,7 @@ void declareServe(CLI::App& serve, ServeArguments& arguments) {
    serve.add_option("--user", options.user, "Become this user once everything is open")
        ->type_name("NAME");
    serve.add_flag("--syslog", options.syslog, "Messages go to the system's log as well");
-   serve.add_option("--trace", arguments.traceLevel, "Log traces of the levels 0 to LEVEL")
+   serve.add_option("--trace", options.traceLevel, "Log traces of the levels 0 to LEVEL")
        ->type_name("LEVEL")
        ->check(CLI::Range(0, 31));
 }
@@ -152,9 +151,6 @@ ServeOptions optionsFrom(ServeArguments const& arguments) {
    options.interfaces = arguments.interfaces == "live"   ? InterfaceMode::live
                         : arguments.interfaces == "both" ? InterfaceMode::both
                                                          : InterfaceMode::file;
-   if (arguments.traceLevel >= 0) {
-      options.traceLevel = static_cast<unsigned>(arguments.traceLevel);
-   }
    return options;
 }
 
