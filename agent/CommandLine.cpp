@@ -1,8 +1,10 @@
 #include "agent/CommandLine.h"
 
+#include "agent/InputError.h"
 #include "agent/ReplayCommand.h"
 #include "agent/RunCommand.h"
 #include "agent/Version.h"
+#include "agent/serve/MetricsServer.h"
 #include "agent/serve/ServeCommand.h"
 #include "control/Protocol.h"
 
@@ -70,7 +72,8 @@ void declareRun(CLI::App& run, RunArguments& arguments) {
        ->check(CLI::Range(0, 31));
    run.add_flag("--json", arguments.json, "One JSON document instead of tables");
    run.add_option("--rows", arguments.rows, "Show at most so many rows of a table (40)")
-       ->type_name("N");
+       ->type_name("N")
+       ->check(CLI::NonNegativeNumber);
    run.add_flag("--all", arguments.all, "Show all rows");
    run.add_option("--limit", arguments.limit,
                   "Simulated seconds after which a run is no longer waited for (3600)")
@@ -105,6 +108,16 @@ RunOptions optionsFrom(RunArguments const& arguments) {
    return options;
 }
 
+/// Empty for an address that metrics can be given out at.
+std::string complaintAboutAddress(std::string const& text) {
+   try {
+      metricsAddressFrom(text);
+      return {};
+   } catch (std::invalid_argument const& bad) {
+      return bad.what();
+   }
+}
+
 /// What follows `serve`.
 struct ServeArguments {
    std::string interfaces = "file";
@@ -137,7 +150,8 @@ void declareServe(CLI::App& serve, ServeArguments& arguments) {
    serve
        .add_option("--metrics", options.metrics,
                    "Give out metrics over HTTP; a port alone is one of this host only")
-       ->type_name("[HOST:]PORT");
+       ->type_name("[HOST:]PORT")
+       ->check(complaintAboutAddress);
    serve.add_option("--user", options.user, "Become this user once everything is open")
        ->type_name("NAME");
    serve.add_flag("--syslog", options.syslog, "Messages go to the system's log as well");
@@ -178,9 +192,13 @@ int commandLine(int argc, char const* const* argv, std::ostream& out, std::ostre
       if (replayApp.parsed()) return static_cast<int>(replay(replayOptions, out, err));
       return static_cast<int>(run(optionsFrom(arguments), out, err));
    } catch (CLI::ParseError const& error) {
-      bool const asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
-      app.exit(error, out, err);
-      return static_cast<int>(asked ? ExitCode::ok : ExitCode::badInput);
+      if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+         // Somebody asked for help, or for the version.
+         app.exit(error, out, err);
+         return static_cast<int>(ExitCode::ok);
+      }
+      err << "decap-agent: " << printable(error.what()) << "; see --help\n";
+      return static_cast<int>(ExitCode::badInput);
    }
 }
 
