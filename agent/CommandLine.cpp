@@ -1,14 +1,18 @@
 #include "agent/CommandLine.h"
 
+#include "agent/InputError.h"
 #include "agent/ReplayCommand.h"
 #include "agent/RunCommand.h"
 #include "agent/Version.h"
+#include "agent/serve/MetricsServer.h"
 #include "agent/serve/ServeCommand.h"
 #include "control/Protocol.h"
 
 #include <CLI/CLI.hpp>
 
 #include <limits>
+#include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace Agent {
@@ -35,7 +39,7 @@ struct RunArguments {
    std::string hardwareState;
    bool keepHardware = false;
    std::string journal;
-   int traceLevel = -1;
+   std::optional<unsigned> traceLevel;
    bool json = false;
    bool all = false;
    std::size_t rows = 40;
@@ -68,7 +72,8 @@ void declareRun(CLI::App& run, RunArguments& arguments) {
        ->check(CLI::Range(0, 31));
    run.add_flag("--json", arguments.json, "One JSON document instead of tables");
    run.add_option("--rows", arguments.rows, "Show at most so many rows of a table (40)")
-       ->type_name("N");
+       ->type_name("N")
+       ->check(CLI::NonNegativeNumber);
    run.add_flag("--all", arguments.all, "Show all rows");
    run.add_option("--limit", arguments.limit,
                   "Simulated seconds after which a run is no longer waited for (3600)")
@@ -93,9 +98,7 @@ RunOptions optionsFrom(RunArguments const& arguments) {
    if (options.scenario.empty() && options.configuration.empty()) {
       throw CLI::ValidationError("run", "needs a configuration or a scenario");
    }
-   if (arguments.traceLevel >= 0) {
-      options.traceLevel = static_cast<unsigned>(arguments.traceLevel);
-   }
+   options.traceLevel = arguments.traceLevel;
    options.hardwareState = arguments.hardwareState;
    options.keepHardware = arguments.keepHardware;
    options.journal = arguments.journal;
@@ -105,10 +108,19 @@ RunOptions optionsFrom(RunArguments const& arguments) {
    return options;
 }
 
+/// Empty for an address that metrics can be given out at.
+std::string complaintAboutAddress(std::string const& text) {
+   try {
+      metricsAddressFrom(text);
+      return {};
+   } catch (std::invalid_argument const& bad) {
+      return bad.what();
+   }
+}
+
 /// What follows `serve`.
 struct ServeArguments {
    std::string interfaces = "file";
-   int traceLevel = -1;
    ServeOptions options;
 };
 
@@ -138,11 +150,12 @@ void declareServe(CLI::App& serve, ServeArguments& arguments) {
    serve
        .add_option("--metrics", options.metrics,
                    "Give out metrics over HTTP; a port alone is one of this host only")
-       ->type_name("[HOST:]PORT");
+       ->type_name("[HOST:]PORT")
+       ->check(complaintAboutAddress);
    serve.add_option("--user", options.user, "Become this user once everything is open")
        ->type_name("NAME");
    serve.add_flag("--syslog", options.syslog, "Messages go to the system's log as well");
-   serve.add_option("--trace", arguments.traceLevel, "Log traces of the levels 0 to LEVEL")
+   serve.add_option("--trace", options.traceLevel, "Log traces of the levels 0 to LEVEL")
        ->type_name("LEVEL")
        ->check(CLI::Range(0, 31));
 }
@@ -152,9 +165,6 @@ ServeOptions optionsFrom(ServeArguments const& arguments) {
    options.interfaces = arguments.interfaces == "live"   ? InterfaceMode::live
                         : arguments.interfaces == "both" ? InterfaceMode::both
                                                          : InterfaceMode::file;
-   if (arguments.traceLevel >= 0) {
-      options.traceLevel = static_cast<unsigned>(arguments.traceLevel);
-   }
    return options;
 }
 
@@ -182,9 +192,13 @@ int commandLine(int argc, char const* const* argv, std::ostream& out, std::ostre
       if (replayApp.parsed()) return static_cast<int>(replay(replayOptions, out, err));
       return static_cast<int>(run(optionsFrom(arguments), out, err));
    } catch (CLI::ParseError const& error) {
-      bool const asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
-      app.exit(error, out, err);
-      return static_cast<int>(asked ? ExitCode::ok : ExitCode::badInput);
+      if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+         // Somebody asked for help, or for the version.
+         app.exit(error, out, err);
+         return static_cast<int>(ExitCode::ok);
+      }
+      err << "decap-agent: " << printable(error.what()) << "; see --help\n";
+      return static_cast<int>(ExitCode::badInput);
    }
 }
 

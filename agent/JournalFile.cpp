@@ -2,9 +2,11 @@
 
 #include "agent/InputError.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -16,24 +18,58 @@ namespace {
 
 constexpr mode_t everybody = 0666;  // less what the process's mask takes away
 
+/// What a journal of any version begins with.
+constexpr std::string_view beginning = R"(["decap-journal",)";
+
 [[noreturn]] void refuse(std::string const& file) {
    throw InputError(file, std::string("cannot be written: ") + std::strerror(errno));
+}
+
+/// Something that is no regular file is not opened for reading: a pipe whose writer could read it
+/// would never lose its reader.
+int opened(std::string const& file) {
+   struct stat facts {};
+   bool const isOther = stat(file.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode);
+   int const access = isOther ? O_WRONLY : O_RDWR;
+   return ::open(file.c_str(), access | O_CREAT | O_CLOEXEC, everybody);
+}
+
+/// Empties a file that is a journal. Whatever else has something in it is worth keeping.
+void clear(int descriptor, std::string const& file) {
+   std::array<char, beginning.size()> start{};
+   ssize_t const count = pread(descriptor, start.data(), start.size(), 0);
+   if (count < 0) refuse(file);
+   std::string_view const found(start.data(), static_cast<std::size_t>(count));
+   if (!found.empty() && found != beginning) {
+      throw InputError(file, "is there already, and is no journal");
+   }
+   if (ftruncate(descriptor, 0) != 0) refuse(file);
+}
+
+bool isRegular(int descriptor, std::string const& file) {
+   struct stat facts {};
+   if (fstat(descriptor, &facts) != 0) refuse(file);
+   return S_ISREG(facts.st_mode);
 }
 
 }  // namespace
 
 JournalFile::JournalFile(std::string file) : file_(std::move(file)) {
    if (file_.empty()) return;
-   descriptor_ = ::open(file_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, everybody);
+   descriptor_ = opened(file_);
    if (descriptor_ < 0) refuse(file_);
+   try {
+      if (isRegular(descriptor_, file_)) clear(descriptor_, file_);
+   } catch (InputError const&) {
+      ::close(descriptor_);
+      throw;
+   }
    begin();
 }
 
 JournalFile::JournalFile(std::string file, int descriptor) : file_(std::move(file)) {
-   struct stat facts {};
-   if (fstat(descriptor, &facts) != 0) refuse(file_);
-   if (!S_ISREG(facts.st_mode)) throw InputError(file_, "is not a regular file");
-   if (ftruncate(descriptor, 0) != 0) refuse(file_);
+   if (!isRegular(descriptor, file_)) throw InputError(file_, "is not a regular file");
+   clear(descriptor, file_);
    descriptor_ = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
    if (descriptor_ < 0) refuse(file_);
    begin();

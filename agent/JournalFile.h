@@ -11,15 +11,16 @@ namespace Agent {
 /// The file that a journal goes to.
 ///
 /// Owner: a command that runs a world; outlives the world.
-/// I1: a line is with the system before the machine goes on: whatever ends the process, the file
+/// I1: a file that holds anything but a journal is left as it is.
+/// I2: a line is with the system before the machine goes on: whatever ends the process, the file
 ///   tells how far it had come.
 class JournalFile {
  public:
-   /// Without a name nothing is recorded. What the file held before is gone. Throws InputError when
-   /// it cannot be opened.
+   /// Without a name nothing is recorded. A journal that the file held before is gone. Throws
+   /// InputError when it holds something else, or cannot be opened.
    explicit JournalFile(std::string file);
-   /// A file that somebody else opened for writing; what it held before is gone. The descriptor
-   /// stays the caller's. Throws InputError when it is no regular file or cannot be written.
+   /// A file that somebody else opened to be read and written. The descriptor stays the caller's.
+   /// Throws InputError as above, and when it is no regular file.
    JournalFile(std::string file, int descriptor);
    JournalFile(JournalFile const&) = delete;
    JournalFile& operator=(JournalFile const&) = delete;

@@ -4,6 +4,7 @@
 #include "mdl/Trace.h"
 #include "platform/sim/Call.h"
 
+#include <cstdint>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -12,6 +13,12 @@
 namespace Agent {
 
 class World;
+
+/// The bits of the trace levels 0 to `level`; none for no level.
+constexpr std::uint32_t traceMask(std::optional<unsigned> level) noexcept {
+   if (!level) return 0;
+   return *level >= 31 ? ~std::uint32_t{0} : (std::uint32_t{2} << *level) - 1;
+}
 
 /// Tells what happens in a world while it happens: hook calls, operator messages, traces and
 /// exceptions, a line each, with its time.

@@ -21,6 +21,10 @@ void OperatorLog::take(Mdl::LogHandle const& message) {
       entries_.back().last = now;
       ++entries_.back().times;
    } else {
+      // A tenth at a time, so that what stays is not moved at each message.
+      if (entries_.size() == mostEntries) {
+         entries_.erase(entries_.begin(), entries_.begin() + mostEntries / 10);
+      }
       entries_.push_back({now, now, 1, &message});
    }
    if (observer_) observer_(message);

@@ -3,6 +3,7 @@
 #include "mdl/Log.h"
 #include "mdl/Seconds.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -21,13 +22,16 @@ struct LogEntry {
 /// "TUNNEL_HW_RESOURCE_FULL (severity 3): Hardware resources are ...".
 std::string logText(Mdl::LogHandle const& message);
 
-/// Keeps the operator log of the process while it lives. Equal messages in a row are one entry, so
-/// that a full table cannot fill memory.
+/// Keeps the operator log of the process while it lives.
 ///
 /// Owner: the agent; one at a time.
+/// I1: memory is bounded. Equal messages in a row are one entry, for a table that stays full; and
+///   beyond `mostEntries` the oldest tenth goes, for one that is full and not full in turn.
 class OperatorLog {
  public:
    using Observer = std::function<void(Mdl::LogHandle const&)>;
+
+   static constexpr std::size_t mostEntries = 10'000;
 
    OperatorLog();
    OperatorLog(OperatorLog const&) = delete;
@@ -35,6 +39,7 @@ class OperatorLog {
    /// Messages go to standard error again.
    ~OperatorLog();
 
+   /// The oldest first.
    std::vector<LogEntry> const& entries() const noexcept { return entries_; }
    /// Told of every message as it comes.
    void observerIs(Observer observer) { observer_ = std::move(observer); }

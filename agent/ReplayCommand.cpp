@@ -2,6 +2,7 @@
 
 #include "agent/InputError.h"
 #include "agent/InputFile.h"
+#include "agent/Narration.h"
 #include "agent/Progress.h"
 #include "agent/Wording.h"
 #include "platform/journal/Player.h"
@@ -62,9 +63,8 @@ ExitCode replay(ReplayOptions const& options, std::ostream& out, std::ostream& e
       Journal::Player player(text);
       Progress progress(terminal(), "replaying", player.size());
       player.progressIs([&](std::size_t line) { progress.at(line); });
-      if (options.traceLevel >= 0) {
-         std::uint64_t const levels = (std::uint64_t{2} << options.traceLevel) - 1;
-         player.traceIs(static_cast<std::uint32_t>(levels), [&](Mdl::TraceRecord const& record) {
+      if (options.traceLevel) {
+         player.traceIs(traceMask(options.traceLevel), [&](Mdl::TraceRecord const& record) {
             (options.json ? err : out) << "trace " << record.level << "  " << record.text << '\n';
          });
       }

@@ -2,6 +2,7 @@
 
 #include "agent/RunCommand.h"
 
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -10,7 +11,8 @@ namespace Agent {
 /// What `replay` was asked for.
 struct ReplayOptions {
    std::string journal;  ///< a file
-   int traceLevel = -1;  ///< traces to show beside those that the journal has; -1 for none
+   /// Traces to show beside those that the journal has.
+   std::optional<unsigned> traceLevel;
    bool json = false;
 };
 

@@ -38,6 +38,10 @@ install(CODE "
 install(FILES ${PROJECT_BINARY_DIR}/FwdL3Unicast.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
+if(NOT DECAP_AGENT)
+   return()
+endif()
+
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
 install(FILES ${packaging}/man/decap-agent.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8
         COMPONENT agent)

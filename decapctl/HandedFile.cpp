@@ -48,7 +48,8 @@ HandedFile::HandedFile(std::string const& name) {
 HandedFile HandedFile::written(std::string const& name) {
    constexpr mode_t everybody = 0666;  // less what the caller's mask takes away
    HandedFile file;
-   file.descriptor_ = open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, everybody);
+   // The agent looks what is there before it writes.
+   file.descriptor_ = open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, everybody);
    if (file.descriptor_ < 0) fail(name);
    return file;
 }

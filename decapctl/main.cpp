@@ -39,8 +39,9 @@ int run(int argc, char** argv) {
       app.parse(argc, argv);
    } catch (CLI::ParseError const& error) {
       bool const asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
-      app.exit(error);
-      return asked ? 0 : static_cast<int>(Control::Status::refused);
+      if (asked) return app.exit(error);
+      std::cerr << "decapctl: " << error.what() << "; see --help\n";
+      return static_cast<int>(Control::Status::refused);
    }
    if (report.isAsked()) return report.run(std::cin, std::cout, std::cerr);
    if (watched->count() != 0) wishes.watch.emplace(watch);
@@ -50,9 +51,7 @@ int run(int argc, char** argv) {
    return static_cast<int>(words.empty() ? session.converse() : session.run(words));
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int exitCodeOf(int argc, char** argv) {
    try {
       return run(argc, argv);
    } catch (Control::CommandError const& error) {
@@ -62,4 +61,15 @@ int main(int argc, char** argv) {
       std::cerr << "decapctl: " << error.what() << '\n';
       return static_cast<int>(Control::Status::failed);
    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+   constexpr int failed = static_cast<int>(Control::Status::failed);
+   int const code = exitCodeOf(argc, argv);
+   // A failure has said what it is.
+   if (std::cout.flush() || code == failed) return code;
+   std::cerr << "decapctl: cannot write the output\n";
+   return failed;
 }

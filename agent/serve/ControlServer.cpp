@@ -3,6 +3,7 @@
 #include "agent/serve/Console.h"
 #include "agent/serve/ControlSession.h"
 #include "agent/serve/PeerCheck.h"
+#include "agent/serve/Privileges.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
@@ -65,7 +66,7 @@ class ControlServer::Impl {
       host_.obey = [this](std::shared_ptr<ControlSession> const& session) { queue(session); };
       host_.left = [this](ControlSession& session) { leave(session); };
       if (!address.group.empty()) group_ = groupId(address.group);
-      listen();
+      listen(ownerFrom(address.user, address.group));
       accept();
    }
 
@@ -93,7 +94,7 @@ class ControlServer::Impl {
       std::string text;
    };
 
-   void listen() {
+   void listen(Owner const& owner) {
       Local::endpoint const place(path_);
       clearTheWay(loop_, path_);
       acceptor_.open();
@@ -103,7 +104,7 @@ class ControlServer::Impl {
       acceptor_.bind(place, error);
       umask(before);
       if (error) throw std::system_error(error, path_);
-      if (group_) check(chown(path_.c_str(), static_cast<uid_t>(-1), *group_), path_);
+      give(path_, owner);
       if (group_) check(chmod(path_.c_str(), ownerAndGroup), path_);
       acceptor_.listen(Local::acceptor::max_listen_connections);
    }

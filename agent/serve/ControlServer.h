@@ -34,6 +34,7 @@ struct ControlLimits {
 struct ControlAddress {
    std::string path;
    std::string group;  ///< a name or an id, or empty for none
+   std::string user;   ///< whom this process is to become, or empty for nobody else
 };
 
 /// Takes the commands of clients from a socket, one at a time.

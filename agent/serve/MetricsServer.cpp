@@ -66,7 +66,8 @@ class MetricsServer::Impl : public std::enable_shared_from_this<Impl> {
    }
 
    void begin() { accept(); }
-   /// Nothing new; what is under way keeps this object until it is done.
+   /// Nothing new, and no more text. Handlers that are due are still called: each keeps this object
+   /// until it is done.
    void end() {
       ending_ = true;
       error_code ignored;
@@ -98,6 +99,8 @@ class MetricsServer::Impl : public std::enable_shared_from_this<Impl> {
                           });
       }
       void answer() {
+         // What the text tells of may be gone as well.
+         if (owner->ending_) return;
          auto const& request = parser.get();
          response.version(request.version());
          response.keep_alive(false);
@@ -133,20 +136,21 @@ class MetricsServer::Impl : public std::enable_shared_from_this<Impl> {
    void accept() {
       if (ending_ || accepting_ || connections_ >= mostConnections) return;
       accepting_ = true;
-      acceptor_.async_accept([this](error_code error, Tcp::socket socket) {
-         if (error == asio::error::operation_aborted) return;
-         accepting_ = false;
-         if (error) {
-            log_(4, "metrics cannot be given out: " + error.message());
-            pause_.expires_after(std::chrono::seconds(1));
-            pause_.async_wait([this](error_code stopped) {
-               if (!stopped) accept();
-            });
-            return;
-         }
-         std::make_shared<Exchange>(shared_from_this(), std::move(socket))->begin();
-         accept();
-      });
+      acceptor_.async_accept(
+          [this, self = shared_from_this()](error_code error, Tcp::socket socket) {
+             if (ending_ || error == asio::error::operation_aborted) return;
+             accepting_ = false;
+             if (error) {
+                log_(4, "metrics cannot be given out: " + error.message());
+                pause_.expires_after(std::chrono::seconds(1));
+                pause_.async_wait([this, self](error_code stopped) {
+                   if (!stopped) accept();
+                });
+                return;
+             }
+             std::make_shared<Exchange>(self, std::move(socket))->begin();
+             accept();
+          });
    }
 
    std::string const& fresh() {

@@ -19,7 +19,6 @@
 #include <csignal>
 #include <filesystem>
 #include <optional>
-#include <sys/stat.h>
 #include <utility>
 
 namespace Agent {
@@ -37,14 +36,6 @@ constexpr unsigned notice = 5;
 constexpr std::chrono::seconds patience{5};
 /// Longer than this the loop never waits at a time: clocks count no end of seconds.
 constexpr Mdl::Seconds longestWait = 3600.0;
-
-void makeFolder(std::string const& folder) {
-   if (folder.empty()) return;
-   // Names of tunnels and networks are nobody else's business.
-   mode_t const before = umask(0027);
-   std::filesystem::create_directories(folder);
-   umask(before);
-}
 
 /// The event loop and what hangs on it.
 ///
@@ -65,10 +56,13 @@ class Daemon {
    }
 
    ExitCode run(std::ostream& err) {
-      makeFolder(options_.stateFolder);
-      makeFolder(std::filesystem::path(options_.socket).parent_path());
-      // The socket first: whoever finds it taken must not touch hardware.
-      ControlServer const control(loop_, console_, {options_.socket, options_.socketGroup}, sink());
+      // The socket's folder first: where both are new and one is in the other, clients get in.
+      makeFolder(std::filesystem::path(options_.socket).parent_path(),
+                 ownerFrom(options_.user, options_.socketGroup));
+      makeFolder(options_.stateFolder, ownerFrom(options_.user, ""));
+      // The socket before the machine: whoever finds it taken must not touch hardware.
+      ControlServer const control(loop_, console_,
+                                  {options_.socket, options_.socketGroup, options_.user}, sink());
       std::optional<MetricsServer> metrics;
       if (!options_.metrics.empty()) {
          metrics.emplace(
@@ -103,12 +97,18 @@ class Daemon {
       Mdl::Seconds const next = service_.nextTurn();
       if (next == Mdl::never) {
          loop_.run_one();
-      } else {
-         loop_.run_one_until(
-             start_ + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(
-                          std::min(next, service_.world().now() + longestWait))));
+      } else if (loop_.run_one_until(momentOf(next)) == 0) {
+         // A moment that has passed runs nothing. Where every wake-up is late, commands and signals
+         // still have their turn.
+         loop_.poll_one();
       }
       if (!ended_) service_.turn();
+   }
+
+   Clock::time_point momentOf(Mdl::Seconds next) const {
+      Mdl::Seconds const latest = service_.world().now() + longestWait;
+      return start_ + std::chrono::duration_cast<Clock::duration>(
+                          std::chrono::duration<double>(std::min(next, latest)));
    }
 
    void listenForSignals() {
@@ -135,7 +135,8 @@ class Daemon {
 
    void end(bool keepHardware) {
       ended_ = true;
-      keepHardware_ = keepHardware;
+      // Whoever was told that hardware forwards on was told the truth, whatever comes afterwards.
+      keepHardware_ = keepHardware_ || keepHardware;
    }
 
    ExitCode leave(std::ostream& err) {

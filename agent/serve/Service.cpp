@@ -165,8 +165,7 @@ bool Service::journalStop(std::ostream& err) {
 
 void Service::traceLevelIs(std::optional<unsigned> level) {
    if (trace_ == nullptr) return;
-   // The bits 0 to level.
-   std::uint32_t const mask = !level ? 0 : *level >= 31 ? ~std::uint32_t{0} : (2u << *level) - 1;
+   std::uint32_t const mask = traceMask(level);
    if (world_.recorder() != nullptr) world_.recorder()->noteTraceMask(mask);
    trace_->maskIs(mask);
 }

@@ -9,6 +9,7 @@ namespace Ctl::Report {
 namespace {
 
 constexpr std::string_view header = R"(["decap-journal",1])";
+constexpr char const* noLine = "this is no line of a journal";
 /// No line of a journal is nearly as long; a file without line ends is not kept in memory.
 constexpr std::size_t greatestLine = std::size_t{16} << 20;
 
@@ -40,11 +41,23 @@ std::optional<std::string> bytesOf(std::string const& digits) {
    return bytes;
 }
 
+/// The JSON of a line, discarded where it is none. What is nested deeper than a journal is refused
+/// while it is read: whoever shows a value goes down into it by recursion.
+nlohmann::json itemsOf(std::size_t number, std::string_view text) {
+   // The line, a list in it, and a name in that list as its bytes.
+   constexpr int deepest = 3;
+   nlohmann::json::parser_callback_t const shallow = [number](int depth, auto, auto&) {
+      if (depth > deepest) throw JournalError(number, noLine);
+      return true;
+   };
+   return nlohmann::json::parse(text, shallow, false);
+}
+
 }  // namespace
 
 JournalLine::JournalLine(std::size_t number, std::string_view text)
-    : number_(number), items_(nlohmann::json::parse(text, nullptr, false)) {
-   if (!items_.is_array() || items_.empty()) fail("this is no line of a journal");
+    : number_(number), items_(itemsOf(number, text)) {
+   if (!items_.is_array() || items_.empty()) fail(noLine);
 }
 
 std::optional<double> JournalLine::time() const {

@@ -74,5 +74,27 @@ TEST_F(CommandLine, WhatItDoesNotUnderstandIsBadInput) {
    EXPECT_EQ(out.str(), "");
 }
 
+TEST_F(CommandLine, WhatItDoesNotUnderstandIsOneLine) {
+   EXPECT_EQ(call({"run", "--frob\nly"}), 2);
+   EXPECT_EQ(err.str(),
+             "decap-agent: The following argument was not expected: --frob?ly; see --help\n");
+   err.str({});
+   EXPECT_EQ(call({"run"}), 2);
+   EXPECT_EQ(err.str(), "decap-agent: run: needs a configuration or a scenario; see --help\n");
+}
+
+TEST_F(CommandLine, ANumberOfRowsIsNotNegative) {
+   EXPECT_EQ(call({"run", configuration.path().c_str(), "--rows", "-1"}), 2);
+   EXPECT_EQ(call({"run", configuration.path().c_str(), "--rows", "0"}), 0);
+}
+
+TEST_F(CommandLine, AnAddressForMetricsIsLookedAtBeforeAnythingIsDone) {
+   for (char const* const bad : {"99999", "localhost:1", "127.0.0.1:", ""}) {
+      err.str({});
+      EXPECT_EQ(call({"serve", "--config", "none", "--metrics", bad}), 2) << bad;
+      EXPECT_NE(err.str().find("is no port"), std::string::npos) << err.str();
+   }
+}
+
 }  // namespace
 }  // namespace Agent

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -61,7 +62,8 @@ TEST_P(ScenarioGolden, HappensAgainWhenItsJournalIsReplayed) {
    std::ostringstream err;
    EXPECT_EQ(run(options, out, err), ExitCode::ok) << err.str();
    std::ostringstream replayed;
-   EXPECT_EQ(replay({options.journal, -1, false}, replayed, err), ExitCode::ok) << replayed.str();
+   EXPECT_EQ(replay({options.journal, std::nullopt, false}, replayed, err), ExitCode::ok)
+       << replayed.str();
    EXPECT_TRUE(replayed.str().starts_with("The same throughout: ")) << replayed.str();
    EXPECT_EQ(replayed.str().find("cut off"), std::string::npos) << replayed.str();
    EXPECT_EQ(err.str(), "");

@@ -92,7 +92,15 @@ TEST(JournalReader, ALineWithoutEndIsNotKept) {
 TEST(JournalReader, ManyNestedListsAreNoTrouble) {
    std::string const open(100'000, '[');
    EXPECT_EQ(complaint(open + std::string(100'000, ']') + "\n"),
-             "line 2: no line of a journal begins so");
+             "line 2: this is no line of a journal");
+}
+
+TEST(JournalReader, NothingIsNestedDeeperThanANameInAList) {
+   std::string const line = R"([0.0,"machine","x",[)";
+   EXPECT_EQ(complaint(line + R"({"bytes":"ff"}]])" + "\n"), "nothing");
+   EXPECT_EQ(complaint(line + R"([[1]]]])" + "\n"), "line 2: this is no line of a journal");
+   EXPECT_EQ(complaint(line + std::string(200'000, '[') + std::string(200'000, ']') + "]]\n"),
+             "line 2: this is no line of a journal");
 }
 
 TEST(JournalReader, AnyLineCutShortIsRefusedOrShown) {

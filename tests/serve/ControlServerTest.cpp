@@ -33,6 +33,12 @@ class ControlServerTest : public ServerFixture {
       Support::writeFile(name, Support::quoted(content));
       return ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
    }
+   /// The client asks for a dry run. The file is handed over with the line.
+   void whenDiffIsAsked(Client& client, char const* content) {
+      int const file = givenFileToSend(content);
+      client.send(lineOf({"diff", "sent.json"}, "sent.json"), {file});
+      ::close(file);
+   }
    bool hasChild() const {
       siginfo_t facts{};
       return ::waitid(P_ALL, 0, &facts, WEXITED | WNOHANG | WNOWAIT) == 0;
@@ -237,9 +243,8 @@ TEST_F(ControlServerTest, AFileThatComesAlongIsLoaded) {
 
 TEST_F(ControlServerTest, ADryRunIsAnsweredWhenItIsDone) {
    givenServer(site);
-   int const file = givenFileToSend("{'groups': []}");
    Client client(address.path);
-   client.send(lineOf({"diff", "sent.json"}, "sent.json"), {file});
+   whenDiffIsAsked(client, "{'groups': []}");
    Client other(address.path);
    EXPECT_EQ(ask(other, {"verify"}).status, Status::ok) << "others are served meanwhile";
    auto const reply = replyTo(client);
@@ -247,72 +252,61 @@ TEST_F(ControlServerTest, ADryRunIsAnsweredWhenItIsDone) {
    EXPECT_TRUE(reply.text.starts_with("Configuration: 1 group removed, 2 prefixes removed\n"))
        << reply.text;
    EXPECT_EQ(table().size(), 2u);
-   ::close(file);
 }
 
 TEST_F(ControlServerTest, MoreDryRunsThanTheLimitAreRefused) {
    limits.dryRuns = 0;
    givenServer(site);
-   int const file = givenFileToSend(site);
    Client client(address.path);
-   client.send(lineOf({"diff", "sent.json"}, "sent.json"), {file});
+   whenDiffIsAsked(client, site);
    auto const reply = replyTo(client);
    EXPECT_EQ(reply.status, Status::failed);
    EXPECT_EQ(reply.text, "too many dry runs are under way; try again\n");
-   ::close(file);
    EXPECT_FALSE(hasChild());
 }
 
 TEST_F(ControlServerTest, ManyDryRunsMayFollowOneAnother) {
    limits.dryRuns = 1;
    givenServer(site);
-   int const file = givenFileToSend(site);
    Client client(address.path);
    for (int i = 0; i < 5; ++i) {
-      client.send(lineOf({"diff", "sent.json"}, "sent.json"), {file});
+      whenDiffIsAsked(client, site);
       EXPECT_EQ(replyTo(client).status, Status::ok) << i;
    }
-   ::close(file);
    EXPECT_FALSE(hasChild());
 }
 
 TEST_F(ControlServerTest, ADryRunThatSaysTooMuchFails) {
    limits.dryRunText = 16;
    givenServer(site);
-   int const file = givenFileToSend(site);
    Client client(address.path);
-   client.send(lineOf({"diff", "sent.json"}, "sent.json"), {file});
+   whenDiffIsAsked(client, site);
    auto const reply = replyTo(client);
    EXPECT_EQ(reply.status, Status::failed);
    EXPECT_EQ(reply.text, "the dry run came to no end\n");
-   ::close(file);
 }
 
 TEST_F(ControlServerTest, AClientMayHangUpDuringItsDryRun) {
    givenServer(site);
-   int const file = givenFileToSend(site);
    {
       Client client(address.path);
-      client.send(lineOf({"diff", "sent.json"}, "sent.json"), {file});
+      whenDiffIsAsked(client, site);
       ASSERT_TRUE(until([&] { return hasChild(); }));
    }
    EXPECT_TRUE(until([&] { return server->clients() == 0 && !hasChild(); }));
-   ::close(file);
    thenServesOthers();
 }
 
 TEST_F(ControlServerTest, MayGoWhileADryRunIsUnderWay) {
    givenServer(site);
-   int const file = givenFileToSend(site);
    Client client(address.path);
-   client.send(lineOf({"diff", "sent.json"}, "sent.json"), {file});
+   whenDiffIsAsked(client, site);
    ASSERT_TRUE(until([&] { return hasChild(); }));
    server = nullptr;
    loop.restart();
    loop.run_for(patience);
    EXPECT_TRUE(client.ended());
    EXPECT_FALSE(hasChild());
-   ::close(file);
 }
 
 TEST_F(ControlServerTest, WhatIsNoRegularFileIsRefused) {

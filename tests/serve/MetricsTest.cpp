@@ -234,6 +234,37 @@ TEST_F(MetricsHttp, DropsWhoSendsRubbishOrTooMuch) {
    EXPECT_TRUE(ask("GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n").starts_with("HTTP/1.1 200 "));
 }
 
+// The second client is taken while the first one is welcomed, and then the server goes.
+TEST(MetricsServer, AClientThatComesAtItsEndFindsItGone) {
+   asio::io_context loop;
+   int told = 0;
+   int made = 0;
+   auto server = std::make_unique<MetricsServer>(
+       loop, MetricsAddress{},
+       [&made] {
+          ++made;
+          return std::string();
+       },
+       [&told](unsigned, std::string const&) { ++told; });
+   Tcp::endpoint const place(asio::ip::make_address("127.0.0.1"), server->port());
+   asio::io_context elsewhere;
+   Tcp::socket first(elsewhere);
+   first.connect(place);
+   first.close();
+   Tcp::socket second(elsewhere);
+   second.connect(place);
+   asio::write(second, asio::buffer(std::string("GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n")));
+   loop.run_one();
+   server = nullptr;
+   loop.run();
+   std::string answer;
+   boost::system::error_code ignored;
+   asio::read(second, asio::dynamic_buffer(answer), ignored);
+   EXPECT_EQ(answer, "");
+   EXPECT_EQ(made, 0);
+   EXPECT_EQ(told, 0);
+}
+
 TEST_F(MetricsHttp, SilentClientsDoNotKeepOthersOut) {
    asio::io_context loop;
    std::vector<Tcp::socket> silent;

@@ -78,7 +78,7 @@ class ConsoleFixture : public ServiceFixture {
       try {
          auto const match = Control::match(words);
          if (match.command->file != Control::Command::File::written) return -1;
-         return ::open(match.arguments[0].c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+         return ::open(match.arguments[0].c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
       } catch (Control::CommandError const&) {
          return -1;
       }

@@ -75,7 +75,7 @@ class ServerFixture : public ConsoleFixture {
    }
 
    boost::asio::io_context loop;
-   Agent::ControlAddress address{folder.path("control.sock"), ""};
+   Agent::ControlAddress address{folder.path("control.sock"), "", ""};
    Agent::ControlLimits limits;
    std::unique_ptr<Agent::ControlServer> server;
 };

@@ -56,7 +56,7 @@ class ServiceFixture : public testing::Test {
 
    /// The file is opened as the client does it.
    void whenJournalStarts(std::string const& name) const {
-      int const file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+      int const file = ::open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
       try {
          service->journalStart(name, file);
       } catch (...) {

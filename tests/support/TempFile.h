@@ -1,37 +1,23 @@
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
-#include <string>
-#include <system_error>
+#include "support/TempFolder.h"
 
-#include <stdlib.h>
+#include <string>
 
 namespace Support {
 
-/// A file with a given name and content in a directory of its own, gone with this object.
+/// A file with a given name and content in a folder of its own, gone with this object.
 class TempFile {
  public:
-   TempFile(std::string const& name, std::string const& content) {
-      std::string pattern = (std::filesystem::temp_directory_path() / "decap-XXXXXX").string();
-      if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no directory for a file");
-      folder_ = pattern;
-      path_ = (folder_ / name).string();
-      std::ofstream(path_, std::ios::binary) << content;
-   }
-   TempFile(TempFile const&) = delete;
-   TempFile& operator=(TempFile const&) = delete;
-   ~TempFile() {
-      std::error_code ignored;
-      std::filesystem::remove_all(folder_, ignored);
+   TempFile(std::string const& name, std::string const& content) : path_(folder_.path(name)) {
+      writeFile(path_, content);
    }
 
    std::string const& path() const noexcept { return path_; }
 
  private:
-   std::filesystem::path folder_;
-   std::string path_;
+   TempFolder const folder_;
+   std::string const path_;
 };
 
 }  // namespace Support
