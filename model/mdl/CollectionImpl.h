@@ -214,8 +214,6 @@ void Collection<K, V, Hasher>::walkLeft() const noexcept {
    if (store_.positions() <= mostUnindexed / 2) self.index_.clear();
 }
 
-// ---- The whole ----------------------------------------------------------------------------------
-
 template <class K, class V, class Hasher>
 HashIndex::Hashes Collection<K, V, Hasher>::hashes() const noexcept {
    return {&store_, [](void const* store, std::uint32_t at) noexcept {

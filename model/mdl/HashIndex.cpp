@@ -9,13 +9,6 @@
 
 namespace Mdl {
 
-namespace {
-
-/// From sixteen tables on, some 100,000 positions, the hashes are more than a cache holds near.
-constexpr unsigned leastDepthOfMany = 4;
-
-}  // namespace
-
 HashIndex::HashIndex(HashIndex&& other) noexcept
     : directory_(std::exchange(other.directory_, {})), tables_(std::exchange(other.tables_, 0)),
       mask_(std::exchange(other.mask_, 0)) {}
@@ -60,9 +53,8 @@ HashIndex::Table* HashIndex::allocate(std::uint32_t groupCount, unsigned depth) 
 }
 
 HashIndex::Table* HashIndex::allocateOrThrow(std::uint32_t groupCount, unsigned depth) {
-   Table* const table = allocate(groupCount, depth);
-   if (table == nullptr) throw std::bad_alloc();
-   return table;
+   if (Table* const table = allocate(groupCount, depth)) return table;
+   throw std::bad_alloc();
 }
 
 void HashIndex::release(Table* table) noexcept {
@@ -103,7 +95,8 @@ void HashIndex::forEachSlot(Table& table, std::uint32_t groups, Visit const& vis
 /// many they are loaded many at once, because one after the other each would be waited for.
 template <class Visit>
 void HashIndex::forEachHashed(Table& table, Which which, Hashes const& hashes, Visit const& visit) {
-   std::size_t const atOnce = table.depth < leastDepthOfMany ? 1 : 128;
+   // From sixteen tables on, some 100,000 positions, the hashes are more than a cache holds near.
+   std::size_t const atOnce = table.depth < 4 ? 1 : 128;
    std::array<std::uint32_t, 128> positions;
    std::array<std::uint32_t, 128> loaded;
    std::size_t count = 0;
