@@ -27,6 +27,13 @@ struct AddressOrigin {
    /// told apart by their address alone and carry the host length: an interface has one of each.
    Pkt::IpGenPrefix address;
 
+   /// What is decapsulated: the address alone, or a prefix that was reported without saying why.
+   Pkt::IpGenPrefix destination() const noexcept {
+      if (role == AddressRole::unnamed) return address;
+      return address.isIpv4() ? Pkt::IpGenPrefix(address.ipAddr())
+                              : Pkt::IpGenPrefix(address.ip6Addr());
+   }
+
    friend bool operator==(AddressOrigin const&, AddressOrigin const&) = default;
 };
 

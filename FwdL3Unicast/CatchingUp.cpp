@@ -4,8 +4,6 @@
 #include "FwdL3Unicast/CatchingUp.h"
 
 #include "FwdL3Unicast/Admission.h"
-#include "FwdL3Unicast/MdlIp6IntfStatus.h"
-#include "FwdL3Unicast/MdlIpIntfStatus.h"
 #include "FwdL3Unicast/UsingGroups.h"
 
 namespace Fwd {
@@ -14,12 +12,6 @@ using Tunnel::Decap::DecapGroup;
 using Tunnel::Decap::TunnelType;
 
 void catchUp(FwdDecapGroupSm& stateMachine, FirstException& errors) {
-   for (auto const& entry : stateMachine.mdlIpIntfStatus()) {
-      entry.value->missedChangesAreMadeUpFor();
-   }
-   for (auto const& entry : stateMachine.mdlIp6IntfStatus()) {
-      entry.value->missedChangesAreMadeUpFor();
-   }
    forEachGroup(
        stateMachine, errors,
        [&](DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) { group.catchUp(errors); });
@@ -30,7 +22,9 @@ void FwdDecapGroupSm::MdlDecapGroup::catchUp(FirstException& errors) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    if (!following_ || tunnelType() == TunnelType::unknown) return;
    // What is no longer called for goes first: it makes room.
-   errors.attempt([&] { leaveStrays(); });
+   for (std::uint32_t const family : {Pkt::familyIpv4, Pkt::familyIpv6}) {
+      errors.attempt([&] { leaveStrays({Pkt::emptyIntfId, family}); });
+   }
    if (missedChanges_) errors.attempt([&] { rekeyStale(); });
    if (auto const ip = stateMachine->ipStatus()) {
       for (auto const& entry : ip->ipIntfStatus().walk()) {

@@ -10,6 +10,18 @@ namespace Fwd {
 using Tunnel::Decap::AddressType;
 using Tunnel::Decap::TunnelType;
 
+/// An entry came, went or changed. What the handler finds is configuration and status of now; what
+/// it does not find there any more, because somebody was told of a change first and made another,
+/// is given back all the same.
+void FwdDecapGroupSm::MdlDecapGroup::handleIntfEntry(DecapIntfKey const& keyArgument) {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   DecapIntfKey const decapIntfKey = keyArgument;
+   FirstException errors;
+   errors.attempt([&] { handleUpdateIntf(decapIntfKey); });
+   errors.attempt([&] { leaveStrays(decapIntfKey); });
+   errors.rethrow();
+}
+
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntf() { FWD_TRACE(2, "handleUpdateIntf"); }
 
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntf(DecapIntfKey const& keyArgument) {

@@ -32,9 +32,10 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
       // 5.
       FWD_TRACE(2, " delete ");
       if (anotherCallsFor(key)) return;
-      withdrawPrefixKey(hashed, errors);
-      // The prefix may still have an old key, unless a hook has brought it back.
-      if (mayHaveOldKeys()) {
+      bool const held = withdrawPrefixKey(hashed, errors);
+      // The prefix may still have an old key, unless a hook has brought it back: values may have
+      // changed unheard.
+      if (!held || mayHaveOldKeys()) {
          for (auto const& entry : fromIp_.walk()) {
             if (isConfigured(prefix)) break;
             bool const stale = entry.key.dstIp() == key.dstIp() && entry.key != key;
@@ -93,10 +94,13 @@ DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfPrefix(DecapKey const& key) const 
    return key;
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
+/// False when no prefix called for the key.
+bool FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
                                                        FirstException& errors) {
    auto entry = fromIp_.at(key);
+   bool wanted = false;
    if (PrefixKeyUse* const use = entry.find()) {
+      wanted = use->wanted;
       use->wanted = false;
       use->leaving = true;
    }
@@ -104,6 +108,7 @@ void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
    // A hook may have brought the prefix back.
    PrefixKeyUse const* const now = entry.find();
    if (now != nullptr && !now->wanted) fromIp_.unlist(entry);
+   return wanted;
 }
 
 /// Whether the configuration has the prefix under the group's name. A reactor that a hook has put

@@ -23,7 +23,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    // A hook that changes the type, or the group, has had everything rebuilt: there is nothing left
    // for this call to withdraw or to build.
    auto const overtaken = [&] { return mine != rebuilds_ || isMarkedForDeletion(); };
+   origins_.clear();
    forgetAll(fromIntf_, errors);
+   listIntfs();
    if (!overtaken()) forgetAll(fromIp_, errors);
    if (!overtaken()) {
       missedChanges_ = false;

@@ -1,6 +1,5 @@
 #include "FwdL3Unicast/MdlDecapGroup.h"
 
-#include "FwdL3Unicast/MdlDgConfig.h"
 #include "FwdL3Unicast/Messages.h"
 
 namespace Fwd {
@@ -10,7 +9,7 @@ FwdDecapGroupSm::MdlDecapGroup::MdlDecapGroup(Mdl::Ptr<DecapGroup const> const& 
     : NotifieeConst(group), stateMachine_(stateMachine),
       name_(group ? group->name() : Mdl::String()), nameHash_(name_.hash(Mdl::hashSeed32())) {
    isRegisteredNotifieeIs(true);
-   nameIntfs();
+   listIntfs();
 }
 
 FwdDecapGroupSm::MdlDecapGroup::~MdlDecapGroup() {
@@ -30,7 +29,7 @@ void FwdDecapGroupSm::MdlDecapGroup::notifierIs(Mdl::Ptr<Mdl::Entity const> cons
    baseNotifierIs(next);
    // Before the handlers, so that a hook that changes the new group inside them is heard.
    isRegisteredNotifieeIs(true);
-   nameIntfs();
+   listIntfs();
    if (next) produceKeys();
 }
 
@@ -52,7 +51,7 @@ void FwdDecapGroupSm::MdlDecapGroup::produceKeys() {
 void FwdDecapGroupSm::MdlDecapGroup::onAttribute(Mdl::AttributeId attribute, void const* key) {
    if (stateMachine_ == nullptr) return;
    if (attribute == DecapGroup::decapIntfAttributeId) {
-      nameIntf(*static_cast<DecapIntfKey const*>(key));
+      listIntf(*static_cast<DecapIntfKey const*>(key));
    }
    if (isMarkedForDeletion()) return;
    Mdl::Ptr<FwdDecapGroupSm> const alive(stateMachine_);
@@ -63,7 +62,7 @@ void FwdDecapGroupSm::MdlDecapGroup::onAttribute(Mdl::AttributeId attribute, voi
          if (following_) handleUpdateIp(*static_cast<Pkt::IpGenPrefix const*>(key));
          return;
       case DecapGroup::decapIntfAttributeId:
-         if (following_) handleUpdateIntf(*static_cast<DecapIntfKey const*>(key));
+         if (following_) handleIntfEntry(*static_cast<DecapIntfKey const*>(key));
          return;
       case DecapGroup::decapExcludeIntfSetAttributeId:
          if (following_) handleUpdateExcludeIntf(*static_cast<DecapIntfKey const*>(key));
@@ -85,41 +84,7 @@ void FwdDecapGroupSm::MdlDecapGroup::mdlDoZombieReactors(bool zombie) {
 
 void FwdDecapGroupSm::MdlDecapGroup::hasNotificationActiveIs(bool active) {
    NotifieeConst::hasNotificationActiveIs(active);
-   if (active) nameIntfs();
-}
-
-void FwdDecapGroupSm::MdlDecapGroup::stateMachineIs(FwdDecapGroupSm* stateMachine) {
-   if (stateMachine == nullptr && stateMachine_ != nullptr) {
-      if (auto const& config = stateMachine_->mdlDgConfig()) {
-         for (auto const& entry : named_) config->interfaceUsers().remove(entry.key, name_);
-      }
-      named_.clear();
-   }
-   stateMachine_ = stateMachine;
-}
-
-/// Lists the group as a user of an interface exactly while it has an entry for it.
-void FwdDecapGroupSm::MdlDecapGroup::nameIntf(DecapIntfKey const& decapIntfKey) noexcept {
-   auto const config = stateMachine_ == nullptr ? nullptr : stateMachine_->mdlDgConfig();
-   if (!config) return;
-   auto const watched = group();
-   if (watched && watched->decapIntfHas(decapIntfKey)) {
-      config->interfaceUsers().add(decapIntfKey, name_);
-      try {
-         named_.tryInsert(decapIntfKey, true);
-      } catch (...) {
-         // It stays listed as long as the machine lives, which costs others a look at it.
-      }
-   } else if (named_.erase(decapIntfKey)) {
-      config->interfaceUsers().remove(decapIntfKey, name_);
-   }
-}
-
-void FwdDecapGroupSm::MdlDecapGroup::nameIntfs() noexcept {
-   for (auto const& entry : named_.walk()) nameIntf(entry.key);
-   auto const watched = group();
-   if (!watched) return;
-   for (auto const& entry : watched->decapIntf()) nameIntf(entry.key);
+   if (active) listIntfs();
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::replay(unsigned replay) {

@@ -4,6 +4,7 @@
 #include "FwdL3Unicast/FirstException.h"
 #include "FwdL3Unicast/FwdDecapGroupSm.h"
 #include "FwdL3Unicast/GroupKeys.h"
+#include "FwdL3Unicast/HeldOrigins.h"
 #include "FwdL3Unicast/IntfAddressType.h"
 #include "tunnel/decap/DecapExcludeIntfSet.h"
 #include "tunnel/decap/DecapIntfKey.h"
@@ -49,7 +50,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// Switched on, it looks up which interfaces the group names by now.
    void hasNotificationActiveIs(bool active) override;
 
-   /// Null also strikes the group off the interfaces that it names.
+   /// Null also strikes the group off the interfaces that it uses.
    void stateMachineIs(FwdDecapGroupSm* stateMachine);
 
    // Start-up.
@@ -126,10 +127,12 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
                                AddressOrigin const& origin);
    /// Whether an interface gave the group the key of this host prefix.
    bool hasKeyOf(Pkt::IpGenPrefix const& prefix);
-   /// Gives back whatever is held for an interface, wherever it came from. Looks at every key.
-   void leaveIntf(Pkt::IntfId const& intfId, std::uint32_t family);
-   /// Gives back what is held for an interface and not called for now. Looks at every key.
-   void leaveStrays(Pkt::IntfId const& intfId, std::uint32_t family);
+   bool holds(AddressOrigin const& origin) const { return origins_.has(origin); }
+   /// Gives back whatever is held for an interface, wherever it came from.
+   void leaveIntf(DecapIntfKey const& intf);
+   /// Gives back what is held for an interface, the empty one for all of the family, and not called
+   /// for now.
+   void leaveStrays(DecapIntfKey const& intf);
 
    Mdl::Ptr<IntfAddressType> intfAddressType(Pkt::IntfId const& intfId) const;
    Mdl::Ptr<IntfAddressType> intfAddressTypeIs(Pkt::IntfId const& intfId);
@@ -166,7 +169,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool isStopped(DecapKey const& key) const;
    bool isConfigured(Pkt::IpGenPrefix const& prefix) const;
    bool anotherCallsFor(DecapKey const& key) const;
-   void withdrawPrefixKey(HashedKey const& key, FirstException& errors);
+   bool withdrawPrefixKey(HashedKey const& key, FirstException& errors);
    DecapKey keyOfOrigin(DecapKey const& key, AddressOrigin const& origin) const;
    DecapKey keyOfPrefix(DecapKey const& key) const;
    /// Whether keys may have other values than the group has now.
@@ -185,12 +188,12 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void takeOrigin(DecapKey const& key, AddressOrigin const& origin);
    void leaveOrigin(DecapKey const& key, AddressOrigin const& origin);
    template <class Which>
-   void leaveOrigins(Which const& which);
+   void leaveEach(HeldOrigins::Origins const& held, Which const& which);
    bool isStray(AddressOrigin const& origin) const;
-   void leaveStrays();
 
-   void nameIntf(DecapIntfKey const& decapIntfKey) noexcept;
-   void nameIntfs() noexcept;
+   void listIntf(DecapIntfKey const& intf) noexcept;
+   void listIntfs() noexcept;
+   void handleIntfEntry(DecapIntfKey const& keyArgument);
    void forEachIntfEntry(FirstException& errors, bool withExcludes);
    enum class Record : std::uint8_t { upToDate, applied, changed, missing };
    Record updateRecord(DecapIntfKey const& decapIntfKey);
@@ -227,8 +230,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    GroupKeys<PrefixKeyUse> fromIp_;
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<IntfAddressType>> intfAddressType_;
    Mdl::Collection<DecapIntfKey, DecapExcludeIntfSet> prevExclude_;
+   HeldOrigins origins_;
    /// The interfaces under which the group is listed as a user.
-   Mdl::Collection<DecapIntfKey, bool> named_;
+   Mdl::Collection<DecapIntfKey, bool> listed_;
 };
 
 }  // namespace Fwd

@@ -71,13 +71,16 @@ void Reactor::handleAddr6WithMask(Pkt::Ip6AddrWithMask const& addrArgument) {
    // 3.
    if (addr.addr().isLinkLocal()) return;
    // 4.
-   if (!Admission::takesPart(intfId_, watched->vrf())) return changeMissed();
+   if (!Admission::takesPart(intfId_, watched->vrf())) return;
    Pkt::IpGenPrefix const prefix(addr.addr());
+   AddressOrigin const origin = originOf(intfId_, addr);
    FirstException errors;
    auto const follow = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
-      if (!Admission(group).uses(intfId_, Pkt::familyIpv6)) return;
+      // The group may have been changed by somebody who heard of this first.
+      bool const admitted = Admission(group).uses(intfId_, Pkt::familyIpv6);
+      if (!admitted && !reactor.holds(origin)) return;
       // Whether it came or went is for the status to say, not for the notification.
-      reactor.handleIpIntfStatusChange(prefix, !watched->addrHas(addr), originOf(intfId_, addr));
+      reactor.handleIpIntfStatusChange(prefix, !admitted || !watched->addrHas(addr), origin);
    };
    forEachUser(*stateMachine, {intfId_, Pkt::familyIpv6}, errors, follow);
    errors.rethrow();
@@ -106,39 +109,40 @@ void Reactor::doIntfCleanup() {
    errors.rethrow();
 }
 
-/// Before the replay nothing is held, and nothing is missed.
-void Reactor::changeMissed() noexcept {
-   if (stateMachine_ != nullptr && stateMachine_->dgConfigReadyHandled()) missedChanges_ = true;
-}
-
 /// Withdraws what the groups hold for addresses of `old` that `next`, null for none, lacks.
 void Reactor::withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* next,
                            FirstException& errors) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    bool const stays = next != nullptr && Admission::takesPart(intfId_, next->vrf());
-   if (missedChanges_ || old.vrf() != L3::VrfName::defaultVrf()) {
-      missedChanges_ = false;
-      // It may have left the default VRF unnoticed, and been told of nothing since: what is held
-      // need not be what can still be read.
-      forEachGroup(*stateMachine, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-         if (stays) {
-            reactor.leaveStrays(intfId_, Pkt::familyIpv6);
-         } else {
-            reactor.leaveIntf(intfId_, Pkt::familyIpv6);
-         }
-      });
-      return;
-   }
-   forEachGroup(*stateMachine, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
+   auto const leave = [&](DecapGroup const&, MdlDecapGroup& reactor) {
       FirstException each;
       for (auto const& entry : old.addr().walk()) {
          Pkt::IpGenPrefix const prefix(entry.key.addr());
          if (entry.key.addr().isLinkLocal() || (stays && next->addrHas(entry.key))) continue;
-         if (!reactor.hasKeyOf(prefix)) continue;
-         each.attempt(
-             [&] { reactor.handleIpIntfStatusChange(prefix, true, originOf(intfId_, entry.key)); });
+         AddressOrigin const origin = originOf(intfId_, entry.key);
+         if (!reactor.hasKeyOf(prefix) && !reactor.holds(origin)) continue;
+         each.attempt([&] { reactor.handleIpIntfStatusChange(prefix, true, origin); });
       }
       each.rethrow();
+   };
+   forEachUser(*stateMachine, {intfId_, Pkt::familyIpv6}, errors, leave);
+   // What is held need not be what can still be read, as for IPv4.
+   leaveRest(stays, errors);
+}
+
+/// Has the groups give back what they hold for the interface. While it stays, or when a hook has
+/// put another in its place meanwhile, that is what is not called for now.
+void Reactor::leaveRest(bool stays, FirstException& errors) {
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   if (!stateMachine) return;
+   Tunnel::Decap::DecapIntfKey const intf{intfId_, Pkt::familyIpv6};
+   forEachUser(*stateMachine, intf, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
+      bool const listed = stateMachine->mdlIp6IntfStatus(intfId_).get() == this;
+      if (listed && !stays) {
+         reactor.leaveIntf(intf);
+      } else {
+         reactor.leaveStrays(intf);
+      }
    });
 }
 

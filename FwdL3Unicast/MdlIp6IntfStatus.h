@@ -23,9 +23,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterf
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
    void mdlDoZombieReactors(bool zombie) override;
 
-   /// The groups have been brought in line with the interface as it is now.
-   void missedChangesAreMadeUpFor() noexcept { missedChanges_ = false; }
-
    void stateMachineIs(FwdDecapGroupSm* stateMachine) noexcept { stateMachine_ = stateMachine; }
 
    /// Nothing, deliberately: addresses that are there already when the reactor is made are taken
@@ -39,15 +36,12 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterf
  private:
    ~MdlIp6IntfStatus() override;
 
-   void changeMissed() noexcept;
    void withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* next,
                      FirstException& errors);
+   void leaveRest(bool stays, FirstException& errors);
 
    FwdDecapGroupSm* stateMachine_;
    Pkt::IntfId const intfId_;
-   /// An address changed while nobody could follow. What is held for the interface need not be what
-   /// can be read of it any more.
-   bool missedChanges_ = false;
 };
 
 }  // namespace Fwd

@@ -146,13 +146,13 @@ void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstExcepti
    auto const watched = status();
    Pkt::IntfId const& intfId = watched->intfId();
    auto const replace = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
-      if (!Admission(group).admits(intfId, role)) return;
+      Pkt::IpGenPrefix const old(oldAddr);
+      AddressOrigin const oldOrigin{intfId, role, old};
+      // The group may have been changed by somebody who heard of this first.
+      if (!Admission(group).admits(intfId, role) && !reactor.holds(oldOrigin)) return;
       FirstException both;
       if (!oldAddr.isZero()) {
-         Pkt::IpGenPrefix const prefix(oldAddr);
-         both.attempt([&] {
-            reactor.handleIpIntfStatusChange(prefix, true, {intfId, role, prefix});
-         });
+         both.attempt([&] { reactor.handleIpIntfStatusChange(old, true, oldOrigin); });
       }
       // What it is by now: a hook may have changed it since the walk began.
       Pkt::IpAddr const addr =
@@ -176,7 +176,7 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
    auto const watched = status();
    Pkt::IpAddrWithMask const addr = addrArgument;
    // 1.
-   if (!gate()) return changeMissed();
+   if (!gate()) return;
    FWD_TRACE(2, "handleSecondaryAddrWithMask"
                     << " secondaryIp: " << addr);
    Pkt::IntfId const& intfId = watched->intfId();
@@ -185,10 +185,11 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
                               Pkt::IpGenPrefix(addr.addr(), addr.length())};
    FirstException errors;
    auto const follow = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
-      if (!Admission(group).admits(intfId, AddressRole::secondary)) return;
+      bool const admitted = Admission(group).admits(intfId, AddressRole::secondary);
+      if (!admitted && !reactor.holds(origin)) return;
       // 2.
       FWD_TRACE_AS("handleSecondaryAddrWithMask", 2, " intf: " << intfId);
-      bool const present = watched->activeSecondaryWithMaskHas(addr);
+      bool const present = admitted && watched->activeSecondaryWithMaskHas(addr);
       // 3., 4.
       FWD_TRACE_AS("handleSecondaryAddrWithMask", 2, " secondaryIp: " << addr);
       if (present && addr.isZero()) return;
@@ -220,29 +221,11 @@ void Reactor::doIntfCleanup() {
    errors.rethrow();
 }
 
-/// Before the replay nothing is held, and nothing is missed.
-void Reactor::changeMissed() noexcept {
-   if (stateMachine_ != nullptr && stateMachine_->dgConfigReadyHandled()) missedChanges_ = true;
-}
-
 /// Withdraws what the groups hold for addresses of `old` that `next`, null for none, lacks: primary
 /// address, secondary addresses in ascending order, virtual address.
 void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                            FirstException& errors) {
    bool const stays = next != nullptr && Admission::takesPart(next->intfId(), next->vrf());
-   if (missedChanges_ || old.vrf() != L3::VrfName::defaultVrf()) {
-      missedChanges_ = false;
-      // It may have left the default VRF unnoticed, and been told of nothing since: what is held
-      // need not be what can still be read.
-      forEachGroup(*stateMachine_, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-         if (stays) {
-            reactor.leaveStrays(intfId_, Pkt::familyIpv4);
-         } else {
-            reactor.leaveIntf(intfId_, Pkt::familyIpv4);
-         }
-      });
-      return;
-   }
    auto const record = stateMachine_->decapIntfIp(old.intfId());
    // With a status to follow, primary and virtual address are replaced by its evaluation.
    if (!stays && record) {
@@ -255,6 +238,25 @@ void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* 
    if (!stays && record) {
       withdraw(record->virtualIp(), AddressRole::virtualIp, Pkt::IpAddr::bits, errors);
    }
+   // What is held need not be what can still be read: addresses may have gone, or the VRF, while
+   // nobody could follow, or so that somebody who heard of it first made this change.
+   leaveRest(stays, errors);
+}
+
+/// Has the groups give back what they hold for the interface. While it stays, or when a hook has
+/// put another in its place meanwhile, that is what is not called for now.
+void Reactor::leaveRest(bool stays, FirstException& errors) {
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   if (!stateMachine) return;
+   Tunnel::Decap::DecapIntfKey const intf{intfId_, Pkt::familyIpv4};
+   forEachUser(*stateMachine, intf, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
+      bool const listed = stateMachine->mdlIpIntfStatus(intfId_).get() == this;
+      if (listed && !stays) {
+         reactor.leaveIntf(intf);
+      } else {
+         reactor.leaveStrays(intf);
+      }
+   });
 }
 
 /// Withdraws one address from every group that got its key from an interface.
@@ -263,11 +265,12 @@ void Reactor::withdraw(Pkt::IpAddr addr, AddressRole role, std::uint32_t length,
    if (addr.isZero() || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    Pkt::IpGenPrefix const prefix(addr);
-   forEachGroup(*stateMachine, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-      if (!reactor.hasKeyOf(prefix)) return;
-      reactor.handleIpIntfStatusChange(prefix, true,
-                                       {intfId_, role, Pkt::IpGenPrefix(addr, length)});
-   });
+   AddressOrigin const origin{intfId_, role, Pkt::IpGenPrefix(addr, length)};
+   auto const leave = [&](DecapGroup const&, MdlDecapGroup& reactor) {
+      if (!reactor.hasKeyOf(prefix) && !reactor.holds(origin)) return;
+      reactor.handleIpIntfStatusChange(prefix, true, origin);
+   };
+   forEachUser(*stateMachine, {intfId_, Pkt::familyIpv4}, errors, leave);
 }
 
 }  // namespace Fwd

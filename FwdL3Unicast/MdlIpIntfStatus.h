@@ -27,9 +27,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIpIntfStatus final : public Mdl::PtrInterfa
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
    void mdlDoZombieReactors(bool zombie) override;
 
-   /// The groups have been brought in line with the interface as it is now.
-   void missedChangesAreMadeUpFor() noexcept { missedChanges_ = false; }
-
    void stateMachineIs(FwdDecapGroupSm* stateMachine) noexcept { stateMachine_ = stateMachine; }
 
    /// Evaluates primary and virtual address, when the reactor is new. Secondary addresses are not
@@ -50,16 +47,13 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIpIntfStatus final : public Mdl::PtrInterfa
    bool isReady() const;
    bool gate() const;
    void withdraw(Pkt::IpAddr addr, AddressRole role, std::uint32_t length, FirstException& errors);
-   void changeMissed() noexcept;
    void withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                      FirstException& errors);
+   void leaveRest(bool stays, FirstException& errors);
    void replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstException& errors);
 
    FwdDecapGroupSm* stateMachine_;
    Pkt::IntfId const intfId_;
-   /// An address changed while nobody could follow. What is held for the interface need not be what
-   /// can be read of it any more.
-   bool missedChanges_ = false;
 };
 
 }  // namespace Fwd
