@@ -21,8 +21,8 @@ void forEachGroup(FwdDecapGroupSm& stateMachine, FirstException& errors, Visit c
    }
 }
 
-/// The same for the groups that say something of an interface or of all of its family; others may
-/// be visited as well, so `visit` asks the group's configuration.
+/// The same for the groups that say something of an interface or of all of its family, or hold
+/// something of it; others may be visited as well, so `visit` asks the group.
 template <class Visit>
 void forEachUser(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf,
                  FirstException& errors, Visit const& visit) {

@@ -116,4 +116,18 @@ TEST_F(InterfaceUsers, AreNotNarrowedOnceMemoryWasLacking) {
    thenDestinations({"10.0.0.2/32"});
 }
 
+TEST_F(InterfaceUsers, AreThoseThatStillHoldWhatTheyNoLongerName) {
+   auto const interface = givenInterfaceWith("Ethernet1", "10.0.0.1/24", {});
+   givenGroup("one");
+   whenDecapIntfAdded("one", "Ethernet1");
+   givenRunning();
+   reactor("one")->hasNotificationActiveIs(false);
+   whenDecapIntfRemoved("one", "Ethernet1");
+   reactor("one")->hasNotificationActiveIs(true);
+   EXPECT_EQ(users("Ethernet1"), Texts({"one"}));
+   whenPrimaryIs(interface, "10.0.0.2/24");
+   thenDestinations({});
+   EXPECT_EQ(users("Ethernet1"), Texts());
+}
+
 }  // namespace
