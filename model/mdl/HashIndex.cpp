@@ -422,7 +422,7 @@ void HashIndex::forEachTable(Visit const& visit) const {
 
 std::size_t HashIndex::bytes() const noexcept {
    std::size_t result = directory_.capacity() * sizeof(Place);
-   forEachTable([&](std::size_t, Table& table) { result += bytesOf(table.groupCount); });
+   forEachTable([&](std::size_t, Table const& table) { result += bytesOf(table.groupCount); });
    return result;
 }
 
