@@ -105,8 +105,8 @@ typename Collection<K, V, Hasher>::Slot& Collection<K, V, Hasher>::insertAbsent(
 /// The entry with its key in the form in which it is kept.
 template <class K, class V, class Hasher>
 template <class... Args>
-typename Collection<K, V, Hasher>::Slot& Collection<K, V, Hasher>::appendKept(Hashed const& key,
-                                                                              Args&&... args) {
+[[gnu::always_inline]] inline typename Collection<K, V, Hasher>::Slot&
+Collection<K, V, Hasher>::appendKept(Hashed const& key, Args&&... args) {
    auto&& kept = form_.keep(key.key());
    if constexpr (std::is_nothrow_constructible_v<V, Args...>) {
       return store_.append(key.hash(), kept, std::forward<Args>(args)...);

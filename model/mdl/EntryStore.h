@@ -31,9 +31,10 @@ struct CollectionEntry {
 /// Design. Entries stand in *chunks* of up to `chunkSlots`, linked in order; new ones go to the
 /// end of the last chunk, and a new chunk is as large as all before it, up to that limit. So a
 /// small collection is small, and insertion moves nothing. A position is a chunk's number and a
-/// place in it. A removed entry leaves an empty slot, a *hole*; a chunk with many holes is united
-/// with a neighbour, or rewritten, on request (`compact`). That is all the compaction there is:
-/// one step moves at most one chunk's worth of entries.
+/// place in it. A removed entry leaves an empty slot, a *hole*; a chunk of which a quarter is left
+/// is rewritten, or united with a neighbour that is not much larger, on request (`compact`). That
+/// is all the compaction there is: one step moves at most one chunk's worth of entries, and one
+/// moves for every two or three that go. At half it would be one for each.
 ///
 /// I1 (order): reading the chunks along their links, and each from its first slot to `used`,
 ///    gives the live entries in the order of their insertion.
@@ -41,8 +42,8 @@ struct CollectionEntry {
 ///    stand together, behind its slots, so that key and value fill no more memory than they need:
 ///    a value that fits into the padding at the end of a key costs nothing.
 /// I3 (still): an entry moves only in `compact` and `tidy`.
-/// I4 (memory): after `tidy`, every chunk but the last is more than half full, and the last has
-///    fewer holes than half its slots; a removal that is followed by `compact` keeps that.
+/// I4 (memory): after `tidy`, every chunk but the last is more than a quarter full, and the last
+///    has fewer holes than half its slots; a removal that is followed by `compact` keeps that.
 ///
 /// Re-entrancy: none; copies of keys and values must not call back. `takeInto` hands the
 /// removed entry out, so that the caller decides when it is destroyed.
@@ -162,7 +163,9 @@ class EntryStore {
    /// `moved(hash, from, to)` is told of each entry that gets another position, after
    /// `moved.prefetch(hash)` for all of them. Not while anybody remembers positions.
    template <class Moved>
-   void compact(std::uint32_t number, Moved const& moved) noexcept;
+   void compact(std::uint32_t number, Moved const& moved) noexcept {
+      if (number == tail_ || hasManyHoles(number)) closeUp(number, moved);
+   }
 
    /// `compact` for every chunk.
    template <class Moved>
@@ -180,7 +183,8 @@ class EntryStore {
    static constexpr std::size_t alignment = std::max(slotAlignment, alignof(Chunk));
    static constexpr std::size_t headBytes =
        (sizeof(Chunk) + slotAlignment - 1) / slotAlignment * slotAlignment;
-   /// Two chunks are united when their entries leave a quarter of a full chunk free.
+   /// Two chunks are united when their entries leave a quarter of a full chunk free, and the
+   /// neighbour has at most twice the entries of the one that has lost most of its own.
    static constexpr std::uint32_t unitedSlots = chunkSlots / 4 * 3;
 
    /// A chunk's place in the table: the chunk, or the next number that is free.
@@ -211,9 +215,18 @@ class EntryStore {
    }
    void addChunk();
    void unlink(std::uint32_t number) noexcept;
-   bool hasManyHoles(std::uint32_t number) const noexcept;
-   bool unitable(std::uint32_t one, std::uint32_t other) const noexcept {
-      return one != npos && other != npos && chunk(one).live + chunk(other).live <= unitedSlots;
+   bool hasManyHoles(std::uint32_t number) const noexcept {
+      Chunk const& c = chunk(number);
+      return number == tail_ ? lastHasManyHoles() : c.live * 4 <= c.capacity;
+   }
+   bool lastHasManyHoles() const noexcept;
+   template <class Moved>
+   void closeUp(std::uint32_t number, Moved const& moved) noexcept;
+   bool unitable(std::uint32_t number, std::uint32_t neighbour) const noexcept {
+      if (neighbour == npos) return false;
+      std::uint32_t const own = chunk(number).live;
+      std::uint32_t const others = chunk(neighbour).live;
+      return others <= own * 2 && own + others <= unitedSlots;
    }
    template <class Moved>
    void rewrite(std::uint32_t number, bool withNext, Moved const& moved) noexcept;

@@ -90,18 +90,16 @@ void EntryStore<K, V>::leaveHole(std::uint32_t position) noexcept {
 }
 
 template <class K, class V>
-bool EntryStore<K, V>::hasManyHoles(std::uint32_t number) const noexcept {
-   Chunk const& c = chunk(number);
-   bool const manyHoles = (c.used - c.live) * 2 >= c.capacity;
-   if (number != tail_) return c.live * 2 <= c.capacity;
-   if (number != head_) return manyHoles;
+bool EntryStore<K, V>::lastHasManyHoles() const noexcept {
+   Chunk const& c = chunk(tail_);
    // The only chunk also gives back what a larger collection has left.
-   return manyHoles || (c.live * 4 <= c.capacity && c.capacity > leastSlots);
+   return (c.used - c.live) * 2 >= c.capacity ||
+          (head_ == tail_ && c.live * 4 <= c.capacity && c.capacity > leastSlots);
 }
 
 template <class K, class V>
 template <class Moved>
-void EntryStore<K, V>::compact(std::uint32_t number, Moved const& moved) noexcept {
+void EntryStore<K, V>::closeUp(std::uint32_t number, Moved const& moved) noexcept {
    if (number == tail_) dropHolesAtEnd();
    if (hasManyHoles(number)) {
       std::uint32_t const before = chunk(number).previous;
@@ -109,7 +107,7 @@ void EntryStore<K, V>::compact(std::uint32_t number, Moved const& moved) noexcep
          unlink(number);
       } else if (unitable(number, chunk(number).next)) {
          rewrite(number, true, moved);
-      } else if (unitable(before, number)) {
+      } else if (unitable(number, before)) {
          rewrite(before, true, moved);
       } else {
          rewrite(number, false, moved);

@@ -215,16 +215,16 @@ class MDL_EXPORT HashIndex : private HashBits {
    static void join(Half low, Half high, Table& into, Hashes const& hashes) noexcept;
    static void joinHalf(Half half, std::uint32_t bit, Table& into, Hashes const& hashes) noexcept;
 
-   static bool isAt(Place const& place, std::uint32_t hash, std::uint32_t position,
-                    std::uint32_t& slot) noexcept;
+   template <class Matches>
+   static std::uint32_t firstSlot(Place const& place, std::uint32_t hash, Matches const& matches);
+   static void emptySlot(Place const& place, std::uint32_t slot) noexcept;
    void eraseFurther(std::uint32_t hash, std::uint32_t position) noexcept;
    void moveFurther(std::uint32_t hash, std::uint32_t from, std::uint32_t to) noexcept;
    template <class Matches>
    static std::uint32_t seek(Place const& place, Probe& probe, std::uint32_t hash,
                              Matches const& matches);
    template <class Matches>
-   [[gnu::noinline]] static std::uint32_t findFurther(Place const& place, std::uint32_t hash,
-                                                      Matches const& matches);
+   static std::uint32_t findFurther(Place const& place, std::uint32_t hash, Matches const& matches);
    void grow(std::uint32_t hash, Hashes const& hashes);
 
    void publish(std::size_t number, Table* table) noexcept;

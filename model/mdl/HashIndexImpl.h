@@ -57,56 +57,65 @@ std::uint32_t HashIndex::seek(Place const& place, Probe& probe, std::uint32_t ha
 }
 
 template <class Matches>
-std::uint32_t HashIndex::findFurther(Place const& place, std::uint32_t hash,
-                                     Matches const& matches) {
+[[gnu::noinline]] std::uint32_t HashIndex::findFurther(Place const& place, std::uint32_t hash,
+                                                       Matches const& matches) {
    Probe probe(hash, place.groupMask);
    std::uint32_t const slot = seek(place, probe, hash, matches);
    return slot == npos ? npos : place.positionAt(probe.group, slot);
 }
 
+/// The slot in the table of what is sought, if it is in the first group and the first slot of its
+/// tag there, as most are; otherwise npos.
 template <class Matches>
-std::uint32_t HashIndex::take(std::uint32_t hash, Matches const& matches, Hashes const& hashes) {
-   Place const& place = placeOf(hash);
-   Probe probe(hash, place.groupMask);
-   __builtin_prefetch(place.positions + std::size_t{probe.group} * positionsPerGroup);
-   std::uint32_t const slot = seek(place, probe, hash, matches);
-   if (slot == npos) return npos;
-   std::uint32_t const position = place.positionAt(probe.group, slot);
-   Table& table = place.table();
-   removeSlot(table, hash, probe, slot);
-   if (table.sparse()) giveBack(hash, hashes);
-   return position;
-}
-
-/// Whether the position is in the first group and the first slot of its tag, as most are; and which
-/// slot of the table that is.
-inline bool HashIndex::isAt(Place const& place, std::uint32_t hash, std::uint32_t position,
-                            std::uint32_t& slot) noexcept {
+std::uint32_t HashIndex::firstSlot(Place const& place, std::uint32_t hash, Matches const& matches) {
    std::uint32_t const group = hash & place.groupMask;
    __builtin_prefetch(place.positions + std::size_t{group} * positionsPerGroup);
    Chosen const some = place.tags[group].matching(tagOf(hash));
-   if (!some.any()) return false;
-   slot = group * positionsPerGroup + some.first();
-   return positionIn(place.positions[slot]) == position;
+   if (!some.any()) return npos;
+   std::uint32_t const slot = group * positionsPerGroup + some.first();
+   return matches(positionIn(place.positions[slot])) ? slot : npos;
+}
+
+/// Nothing passed other groups to get to this one.
+inline void HashIndex::emptySlot(Place const& place, std::uint32_t slot) noexcept {
+   place.tags[slot / positionsPerGroup].tags[slot % positionsPerGroup] = 0;
+   --place.table().count;
+}
+
+template <class Matches>
+std::uint32_t HashIndex::take(std::uint32_t hash, Matches const& matches, Hashes const& hashes) {
+   Place const& place = placeOf(hash);
+   std::uint32_t position = npos;
+   if (std::uint32_t const slot = firstSlot(place, hash, matches); slot != npos) [[likely]] {
+      position = positionIn(place.positions[slot]);
+      emptySlot(place, slot);
+   } else {
+      position = findFurther(place, hash, matches);
+      if (position == npos) return npos;
+      eraseFurther(hash, position);
+   }
+   if (place.table().sparse()) [[unlikely]]
+      giveBack(hash, hashes);
+   return position;
 }
 
 inline void HashIndex::erase(std::uint32_t hash, std::uint32_t position,
                              Hashes const& hashes) noexcept {
    Place const& place = placeOf(hash);
-   Table& table = place.table();
-   if (std::uint32_t slot = 0; isAt(place, hash, position, slot)) [[likely]] {
-      place.tags[slot / positionsPerGroup].tags[slot % positionsPerGroup] = 0;
-      --table.count;
+   auto const isIt = [=](std::uint32_t at) { return at == position; };
+   if (std::uint32_t const slot = firstSlot(place, hash, isIt); slot != npos) [[likely]] {
+      emptySlot(place, slot);
    } else {
       eraseFurther(hash, position);
    }
-   if (table.sparse()) [[unlikely]]
+   if (place.table().sparse()) [[unlikely]]
       giveBack(hash, hashes);
 }
 
 inline void HashIndex::move(std::uint32_t hash, std::uint32_t from, std::uint32_t to) noexcept {
    Place const& place = placeOf(hash);
-   if (std::uint32_t slot = 0; isAt(place, hash, from, slot)) [[likely]] {
+   auto const isIt = [=](std::uint32_t at) { return at == from; };
+   if (std::uint32_t const slot = firstSlot(place, hash, isIt); slot != npos) [[likely]] {
       place.positions[slot] ^= from ^ to;
    } else {
       moveFurther(hash, from, to);
@@ -119,11 +128,21 @@ inline void HashIndex::makeRoom(std::uint32_t hash, Hashes const& hashes) {
 }
 
 inline void HashIndex::insert(std::uint32_t hash, std::uint32_t position) noexcept {
-   put(tableOf(hash), hash, position);
+   Place const& place = placeOf(hash);
+   std::uint32_t const group = hash & place.groupMask;
+   TagGroup& tags = place.tags[group];
+   Table& table = place.table();
+   Chosen const empty = tags.matching(0);
+   if (!empty.any()) [[unlikely]]
+      return put(table, hash, position);
+   ++table.count;
+   tags.tags[empty.first()] = static_cast<std::uint8_t>(tagOf(hash));
+   place.positions[group * positionsPerGroup + empty.first()] = position | table.foretold(hash);
 }
 
 /// Keeps I2 and I4. The table is not full (I3).
-inline void HashIndex::put(Table& table, std::uint32_t hash, std::uint32_t position) noexcept {
+[[gnu::noinline]] inline void HashIndex::put(Table& table, std::uint32_t hash,
+                                             std::uint32_t position) noexcept {
    ++table.count;
    std::uint32_t slot = position | table.foretold(hash);
    for (Probe probe(hash, table.groupCount - 1);; probe.next()) {

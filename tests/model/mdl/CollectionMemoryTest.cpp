@@ -13,10 +13,10 @@ namespace {
 using Numbers = Mdl::Collection<int, int>;
 using Support::fill;
 
-/// An entry is 12 bytes, of which half may be holes, with at most 13 bytes of index as it grows,
-/// 26 after removals; and a chunk to start.
+/// An entry is 12 bytes, with at most 13 bytes of index as it grows, 26 after removals, when three
+/// quarters of the slots may be holes; and a chunk to start.
 std::size_t memoryFor(std::size_t entries) { return entries * (12 + 13) + 16 * 1024; }
-std::size_t memoryAfterRemovals(std::size_t entries) { return entries * (2 * 12 + 26) + 16 * 1024; }
+std::size_t memoryAfterRemovals(std::size_t entries) { return entries * (4 * 12 + 26) + 16 * 1024; }
 
 std::vector<int> shuffled(int count) {
    std::vector<int> keys;
