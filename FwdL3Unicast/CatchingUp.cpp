@@ -47,4 +47,24 @@ void FwdDecapGroupSm::MdlDecapGroup::catchUp(FirstException& errors) {
    }
 }
 
+void FwdDecapGroupSm::MdlDecapGroup::resume() {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   if (!stateMachine || !stateMachine->initializedAndReady() || !following_) return;
+   FirstException errors;
+   catchUp(errors);
+   for (auto const& entry : fromIp_.walk()) {
+      if (isMarkedForDeletion() || !group()) break;
+      bool const isCalledFor = isConfigured(entry.key.dstIp()) || anotherCallsFor(entry.key);
+      if (entry.value.wanted && !isCalledFor) withdrawPrefixKey(entry.hashed(), errors);
+   }
+   if (auto const watched = group()) {
+      for (auto const& entry : watched->decapIp().walk()) {
+         if (isMarkedForDeletion()) break;
+         errors.attempt([&] { handleUpdateIp(entry.key); });
+      }
+   }
+   errors.rethrow();
+}
+
 }  // namespace Fwd

@@ -85,7 +85,9 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp(Pkt::IntfId const& intfId, bo
    // the right ones.
    errors.attempt([&] { reactor->catchUp(); });
    auto const apply = [&](Pkt::IpAddr addr, AddressRole role, std::uint32_t length) {
-      if (!group() || Admission(*group()).admits(intfId, role) == excluded) return;
+      // A hook may have taken the interface, whose next status is followed by then.
+      if (!group() || stateMachine->ipIntfStatus(intfId) != status) return;
+      if (Admission(*group()).admits(intfId, role) == excluded) return;
       errors.attempt([&] {
          handleIpIntfStatusChange(Pkt::IpGenPrefix(addr), excluded,
                                   {intfId, role, Pkt::IpGenPrefix(addr, length)});
@@ -110,13 +112,15 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp(Pkt::IntfId const& intfId, bo
 
 void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp6(Pkt::IntfId const& intfId, bool excluded,
                                                     FirstException& errors) {
-   auto const status = stateMachine_->ip6IntfStatus(intfId);
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   auto const status = stateMachine->ip6IntfStatus(intfId);
    if (!status || !Admission::takesPart(intfId, status->vrf())) return;
    if (group()->decapIntfHas({intfId, Pkt::familyIpv6})) return;
    for (auto const& entry : status->addr().walk()) {
       Pkt::Ip6Addr const& addr = entry.key.addr();
       if (addr.isLinkLocal()) continue;
-      if (!group() || Admission(*group()).admits(intfId, AddressRole::ip6) == excluded) continue;
+      if (!group() || stateMachine->ip6IntfStatus(intfId) != status) break;
+      if (Admission(*group()).admits(intfId, AddressRole::ip6) == excluded) continue;
       errors.attempt([&] {
          handleIpIntfStatusChange(
              Pkt::IpGenPrefix(addr), excluded,

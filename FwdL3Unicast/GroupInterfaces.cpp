@@ -151,20 +151,27 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp(DecapIntfKey const& decapIntfK
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    Pkt::IntfId const& intfId = status->intfId();
    FirstException errors;
+   // A hook may have put the group to rest, or taken its type, or the interface, whose next status
+   // is followed by then.
+   auto const isCurrent = [&] {
+      auto const ip = stateMachine->ipStatus();
+      return !isMarkedForDeletion() && tunnelType() != TunnelType::unknown && ip &&
+             ip->ipIntfStatus(intfId) == status;
+   };
    // What other groups hold goes by the recorded address; one that is not the current one is
    // theirs to give back before the record changes.
    if (auto const reactor = stateMachine->mdlIpIntfStatus(intfId)) {
       errors.attempt([&] { reactor->catchUp(); });
    }
    auto const apply = [&](Pkt::IpAddr addr, AddressRole role, std::uint32_t length) {
-      if (isMarkedForDeletion() || !group()) return;
+      if (!isCurrent()) return;
       errors.attempt([&] {
          updateDecapKeyFromIntf(decapIntfKey, keyOf(Pkt::IpGenPrefix(addr)),
                                 {intfId, role, Pkt::IpGenPrefix(addr, length)});
       });
    };
    Pkt::IpAddr const primary = status->addrWithMask().addr();
-   if (primaryIp && !primary.isZero()) {
+   if (primaryIp && !primary.isZero() && isCurrent()) {
       errors.attempt([&] { stateMachine->decapIntfIpIs(intfId)->primaryIpIs(primary); });
       apply(primary, AddressRole::primary, Pkt::IpAddr::bits);
    }
@@ -176,7 +183,7 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp(DecapIntfKey const& decapIntfK
       }
    }
    Pkt::IpAddr const virtualAddr = status->virtualIp();
-   if (virtualIp && !virtualAddr.isZero()) {
+   if (virtualIp && !virtualAddr.isZero() && isCurrent()) {
       errors.attempt([&] { stateMachine->decapIntfIpIs(intfId)->virtualIpIs(virtualAddr); });
       apply(virtualAddr, AddressRole::virtualIp, Pkt::IpAddr::bits);
    }
@@ -232,9 +239,14 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfV6(DecapIntfKey const& deca
 void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp6(DecapIntfKey const& decapIntfKey,
                                                    Ip6::IntfStatus const& status) {
    if (!Admission::takesPart(status.intfId(), status.vrf())) return;
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    FirstException errors;
    for (auto const& entry : status.addr().walk()) {
-      if (isMarkedForDeletion() || !group()) break;
+      // As for IPv4, a hook may have changed whatever this stands on.
+      auto const ip6 = stateMachine->ip6Status();
+      bool const isCurrent = !isMarkedForDeletion() && tunnelType() != TunnelType::unknown && ip6 &&
+                             ip6->intf(status.intfId()).get() == &status;
+      if (!isCurrent) break;
       Pkt::Ip6Addr const& addr = entry.key.addr();
       if (addr.isLinkLocal()) continue;
       errors.attempt([&] {

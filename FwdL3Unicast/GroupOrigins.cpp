@@ -30,9 +30,25 @@ void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& keyOfNow,
 void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
                                                  AddressOrigin const& origin) {
    DecapKey const heldKey = keyOfOrigin(keyOfNow, origin);
-   HashedKey const key = hashedKey(heldKey);
    origins_.remove(origin);
    listIntf(HeldOrigins::interfaceOf(origin));
+   FirstException errors;
+   errors.attempt([&] { leaveOriginAt(heldKey, origin); });
+   if (rekeyDepth_ != 0) {
+      // It may stand under its old key and the new one, unless a hook has brought it back.
+      for (auto const& entry : fromIntf_.walk()) {
+         if (origins_.has(origin)) break;
+         if (entry.value.hasOrigin(origin)) {
+            errors.attempt([&] { leaveOriginAt(entry.key, origin); });
+         }
+      }
+   }
+   errors.rethrow();
+}
+
+void FwdDecapGroupSm::MdlDecapGroup::leaveOriginAt(DecapKey const& heldKey,
+                                                   AddressOrigin const& origin) {
+   HashedKey const key = hashedKey(heldKey);
    auto entry = fromIntf_.at(key);
    IntfKeyUse* const use = entry.find();
    if (use == nullptr || !use->hasOrigin(origin)) {
@@ -115,9 +131,7 @@ bool FwdDecapGroupSm::MdlDecapGroup::isStray(AddressOrigin const& origin) const 
 
 void FwdDecapGroupSm::MdlDecapGroup::stateMachineIs(FwdDecapGroupSm* stateMachine) {
    if (stateMachine == nullptr && stateMachine_ != nullptr) {
-      if (auto const& config = stateMachine_->mdlDgConfig()) {
-         for (auto const& entry : listed_) config->interfaceUsers().remove(entry.key, name_);
-      }
+      for (auto const& entry : listed_) strikeOff(entry.key);
       listed_.clear();
    }
    stateMachine_ = stateMachine;
@@ -140,8 +154,19 @@ void FwdDecapGroupSm::MdlDecapGroup::listIntf(DecapIntfKey const& intf) noexcept
       }
    } else {
       listed_.erase(intf);
-      config->interfaceUsers().remove(intf, name_);
+      strikeOff(intf);
    }
+}
+
+/// A hook may have put another group of the same name in the place of this one, and that one may
+/// stand under the same interface.
+void FwdDecapGroupSm::MdlDecapGroup::strikeOff(DecapIntfKey const& intf) noexcept {
+   auto const& config = stateMachine_->mdlDgConfig();
+   if (!config) return;
+   auto const successor = stateMachine_->mdlDecapGroup(name_);
+   bool const isTakenOver =
+       successor && successor.get() != this && successor->listed_.contains(intf);
+   if (!isTakenOver) config->interfaceUsers().remove(intf, name_);
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::listIntfs() noexcept {

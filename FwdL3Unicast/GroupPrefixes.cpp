@@ -32,10 +32,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
       // 5.
       FWD_TRACE(2, " delete ");
       if (anotherCallsFor(key)) return;
-      bool const held = withdrawPrefixKey(hashed, errors);
-      // The prefix may still have an old key, unless a hook has brought it back: values may have
-      // changed unheard.
-      if (!held || mayHaveOldKeys()) {
+      withdrawPrefixKey(hashed, errors);
+      // The prefix may still have an old key, unless a hook has brought it back.
+      if (mayHaveOldKeys()) {
          for (auto const& entry : fromIp_.walk()) {
             if (isConfigured(prefix)) break;
             bool const stale = entry.key.dstIp() == key.dstIp() && entry.key != key;
@@ -87,20 +86,17 @@ void FwdDecapGroupSm::MdlDecapGroup::loadBooks(HashedKey const& key, Mdl::Soon s
 /// The key that a prefix has already: the one of the group's values of now, or one that kept its
 /// old values because nobody could follow. Derived again it stays what it is.
 DecapKey FwdDecapGroupSm::MdlDecapGroup::keyOfPrefix(DecapKey const& key) const {
-   if (rekeyDepth_ != 0 || !missedChanges_ || fromIp_.find(hashedKey(key)) != nullptr) return key;
+   if (rekeyDepth_ != 0 || !mayHaveOldKeys() || fromIp_.find(hashedKey(key)) != nullptr) return key;
    for (auto const& entry : fromIp_.walk()) {
       if (entry.key.dstIp() == key.dstIp() && entry.value.wanted) return entry.key;
    }
    return key;
 }
 
-/// False when no prefix called for the key.
-bool FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
+void FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
                                                        FirstException& errors) {
    auto entry = fromIp_.at(key);
-   bool wanted = false;
    if (PrefixKeyUse* const use = entry.find()) {
-      wanted = use->wanted;
       use->wanted = false;
       use->leaving = true;
    }
@@ -108,7 +104,6 @@ bool FwdDecapGroupSm::MdlDecapGroup::withdrawPrefixKey(HashedKey const& key,
    // A hook may have brought the prefix back.
    PrefixKeyUse const* const now = entry.find();
    if (now != nullptr && !now->wanted) fromIp_.unlist(entry);
-   return wanted;
 }
 
 /// Whether the configuration has the prefix under the group's name. A reactor that a hook has put

@@ -29,6 +29,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    if (!overtaken()) forgetAll(fromIp_, errors);
    if (!overtaken()) {
       missedChanges_ = false;
+      if (group()) heard_ = keyOf({});
       intfAddressTypeDelAll();
       errors.attempt([&] { followExcludeSets(); });
    }
@@ -56,6 +57,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateDestPort() {
    if (!watched || !followsValues()) return;
    FWD_TRACE(2, "handleUpdateDestPort"
                     << " notifier dest Port " << watched->destPort());
+   heard_ = DecapKey({}, {}, heard_.tunnelType(), watched->destPort(), heard_.payloadType(),
+                     heard_.forwardingVrf());
    if (watched->tunnelType() == TunnelType::unknown) {
       FWD_TRACE(2, "handleUpdateDestPort"
                        << " notifier tunnelType unknown ");
@@ -72,6 +75,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdatePayloadType() {
    if (!watched || !followsValues()) return;
    FWD_TRACE(2, "handleUpdatePayloadType"
                     << " notifier payload " << watched->payloadType());
+   heard_ = DecapKey({}, {}, heard_.tunnelType(), heard_.destPort(), watched->payloadType(),
+                     heard_.forwardingVrf());
    if (watched->tunnelType() == TunnelType::unknown) return;
    rekeyAll([this](DecapKey const& key) {
       return createDecapKey(key.dstIp(), Pkt::emptyIntfId, key.tunnelType(), key.destPort(),
@@ -84,6 +89,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateForwardingVrf() {
    if (!watched || !followsValues()) return;
    FWD_TRACE(2, "handleUpdateForwardingVrf"
                     << " notifier vrf name " << watched->forwardingVrf());
+   heard_ = DecapKey({}, {}, heard_.tunnelType(), heard_.destPort(), heard_.payloadType(),
+                     watched->forwardingVrf());
    if (watched->tunnelType() == TunnelType::unknown) return;
    rekeyAll([this](DecapKey const& key) {
       return createDecapKey(key.dstIp(), Pkt::emptyIntfId, key.tunnelType(), key.destPort(),
@@ -91,8 +98,20 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateForwardingVrf() {
    });
 }
 
+/// While a re-keying is under way, changes went unheard, or one has not been heard of yet, because
+/// somebody who heard of it first made another change.
+bool FwdDecapGroupSm::MdlDecapGroup::mayHaveOldKeys() const noexcept {
+   if (rekeyDepth_ != 0 || missedChanges_) return true;
+   auto const* const watched = static_cast<DecapGroup const*>(notifier().get());
+   return watched != nullptr && (heard_.tunnelType() != watched->tunnelType() ||
+                                 heard_.destPort() != watched->destPort() ||
+                                 heard_.payloadType() != watched->payloadType() ||
+                                 heard_.forwardingVrf() != watched->forwardingVrf());
+}
+
 void FwdDecapGroupSm::MdlDecapGroup::rekeyStale() {
    missedChanges_ = false;
+   if (group()) heard_ = keyOf({});
    rekeyAll([this](DecapKey const& key) { return keyOf(key.dstIp()); }, true);
 }
 

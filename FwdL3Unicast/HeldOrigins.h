@@ -36,12 +36,12 @@ class FWD_EXPORT HeldOrigins {
 
    bool has(AddressOrigin const& origin) const;
    bool hasAny(DecapIntfKey const& intf) const { return byInterface_.contains(intf); }
-   /// Those of one interface, and those of all in one family.
+   /// Those of one interface, by role and address, and those of all in one family.
    Origins of(DecapIntfKey const& intf) const;
    Origins of(std::uint32_t family) const;
 
  private:
-   /// Never empty.
+   /// Never empty; by role and address.
    Mdl::Collection<DecapIntfKey, Origins> byInterface_;
 };
 

@@ -3,6 +3,7 @@
 #include "mdl/CollectionOrder.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace Fwd {
@@ -25,6 +26,15 @@ void InterfaceUsers::remove(DecapIntfKey const& key, Mdl::String const& group) {
 std::optional<std::vector<Mdl::String>> InterfaceUsers::of(
     DecapIntfKey const& key, Tunnel::Decap::Config const& config) const {
    if (!complete_) return std::nullopt;
+   try {
+      return inOrder(key, config);
+   } catch (std::bad_alloc const&) {
+      return std::nullopt;
+   }
+}
+
+std::vector<Mdl::String> InterfaceUsers::inOrder(DecapIntfKey const& key,
+                                                 Tunnel::Decap::Config const& config) const {
    Mdl::CollectionOrder const order(config.decapGroup());
    std::vector<std::pair<std::uint64_t, Mdl::String>> ranked;
    auto const collect = [&](DecapIntfKey const& named) {

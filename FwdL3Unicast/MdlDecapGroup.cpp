@@ -90,6 +90,7 @@ void FwdDecapGroupSm::MdlDecapGroup::hasNotificationActiveIs(bool active) {
 void FwdDecapGroupSm::MdlDecapGroup::replay(unsigned replay) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    auto const watched = group();
+   if (!following_ && watched) heard_ = keyOf({});
    following_ = true;  // what changes from here on is followed entry by entry
    if (watched && !isMarkedForDeletion()) {
       FirstException errors;

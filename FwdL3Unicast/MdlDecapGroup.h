@@ -63,6 +63,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// Brings a group that was replayed before in line with values, entries and addresses that
    /// changed while nobody could follow. A key that is right already stays untouched.
    void catchUp(FirstException& errors);
+   /// The same for a group that was out of the configuration and is in again before anybody could
+   /// tell: prefixes too.
+   void resume();
    /// Runs the handlers of all attributes, as after a new notifier.
    void produceKeys();
 
@@ -169,11 +172,11 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool isStopped(DecapKey const& key) const;
    bool isConfigured(Pkt::IpGenPrefix const& prefix) const;
    bool anotherCallsFor(DecapKey const& key) const;
-   bool withdrawPrefixKey(HashedKey const& key, FirstException& errors);
+   void withdrawPrefixKey(HashedKey const& key, FirstException& errors);
    DecapKey keyOfOrigin(DecapKey const& key, AddressOrigin const& origin) const;
    DecapKey keyOfPrefix(DecapKey const& key) const;
    /// Whether keys may have other values than the group has now.
-   bool mayHaveOldKeys() const noexcept { return rekeyDepth_ != 0 || missedChanges_; }
+   bool mayHaveOldKeys() const noexcept;
    bool followsValues();
    void traceWithdrawal(DecapKey const& key) const;
 
@@ -187,10 +190,12 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void forgetAll(GroupKeys<Use>& keys, FirstException& errors);
    void takeOrigin(DecapKey const& key, AddressOrigin const& origin);
    void leaveOrigin(DecapKey const& key, AddressOrigin const& origin);
+   void leaveOriginAt(DecapKey const& heldKey, AddressOrigin const& origin);
    template <class Which>
    void leaveEach(HeldOrigins::Origins const& held, Which const& which);
    bool isStray(AddressOrigin const& origin) const;
 
+   void strikeOff(DecapIntfKey const& intf) noexcept;
    void listIntf(DecapIntfKey const& intf) noexcept;
    void listIntfs() noexcept;
    void handleIntfEntry(DecapIntfKey const& keyArgument);
@@ -226,6 +231,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// The group's values changed while nobody could follow: its keys keep the old ones, each until
    /// it is derived anew.
    bool missedChanges_ = false;
+   /// The values that keys are made with, without a destination: those of which the group has
+   /// heard.
+   DecapKey heard_;
    GroupKeys<IntfKeyUse> fromIntf_;
    GroupKeys<PrefixKeyUse> fromIp_;
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<IntfAddressType>> intfAddressType_;

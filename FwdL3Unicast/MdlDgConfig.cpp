@@ -58,7 +58,11 @@ void FwdDecapGroupSm::MdlDgConfig::handleDecapGroup(Mdl::String const& name) {
    auto const watched = config();
    if (!watched) return;
    if (auto const group = watched->decapGroup(name)) {
+      auto const known = stateMachine_->mdlDecapGroup(name);
+      bool const wasOut = known && known->group() == group;
       stateMachine_->decapGroupIs(group);
+      // Somebody who heard first that it went has put it back: what changed meanwhile passed by.
+      if (wasOut) known->resume();
    } else {
       stateMachine_->decapGroupDel(name);
    }

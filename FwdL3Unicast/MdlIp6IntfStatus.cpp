@@ -76,6 +76,8 @@ void Reactor::handleAddr6WithMask(Pkt::Ip6AddrWithMask const& addrArgument) {
    AddressOrigin const origin = originOf(intfId_, addr);
    FirstException errors;
    auto const follow = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
+      // A hook may have put another status in the place of this one, which tells its own.
+      if (isMarkedForDeletion() || status() != watched) return;
       // The group may have been changed by somebody who heard of this first.
       bool const admitted = Admission(group).uses(intfId_, Pkt::familyIpv6);
       if (!admitted && !reactor.holds(origin)) return;
@@ -114,9 +116,16 @@ void Reactor::withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* ne
                            FirstException& errors) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    bool const stays = next != nullptr && Admission::takesPart(intfId_, next->vrf());
+   auto const watched = status();
+   auto const listed = stateMachine->mdlIp6IntfStatus(intfId_);
+   // As for IPv4.
+   auto const isSucceeded = [&] {
+      return status() != watched || stateMachine->mdlIp6IntfStatus(intfId_) != listed;
+   };
    auto const leave = [&](DecapGroup const&, MdlDecapGroup& reactor) {
       FirstException each;
       for (auto const& entry : old.addr().walk()) {
+         if (isSucceeded()) break;
          Pkt::IpGenPrefix const prefix(entry.key.addr());
          if (entry.key.addr().isLinkLocal() || (stays && next->addrHas(entry.key))) continue;
          AddressOrigin const origin = originOf(intfId_, entry.key);
@@ -125,23 +134,14 @@ void Reactor::withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* ne
       }
       each.rethrow();
    };
-   forEachUser(*stateMachine, {intfId_, Pkt::familyIpv6}, errors, leave);
-   // What is held need not be what can still be read, as for IPv4.
-   leaveRest(stays, errors);
-}
-
-/// Has the groups give back what they hold for the interface. While it stays, or when a hook has
-/// put another in its place meanwhile, that is what is not called for now.
-void Reactor::leaveRest(bool stays, FirstException& errors) {
-   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   if (!stateMachine) return;
    Tunnel::Decap::DecapIntfKey const intf{intfId_, Pkt::familyIpv6};
+   forEachUser(*stateMachine, intf, errors, leave);
+   // What is held need not be what can still be read, as for IPv4.
    forEachUser(*stateMachine, intf, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-      bool const listed = stateMachine->mdlIp6IntfStatus(intfId_).get() == this;
-      if (listed && !stays) {
-         reactor.leaveIntf(intf);
-      } else {
+      if (stays || isSucceeded()) {
          reactor.leaveStrays(intf);
+      } else {
+         reactor.leaveIntf(intf);
       }
    });
 }

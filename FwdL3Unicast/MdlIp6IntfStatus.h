@@ -38,7 +38,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIp6IntfStatus final : public Mdl::PtrInterf
 
    void withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* next,
                      FirstException& errors);
-   void leaveRest(bool stays, FirstException& errors);
 
    FwdDecapGroupSm* stateMachine_;
    Pkt::IntfId const intfId_;

@@ -185,6 +185,8 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
                               Pkt::IpGenPrefix(addr.addr(), addr.length())};
    FirstException errors;
    auto const follow = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
+      // A hook may have put another status in the place of this one, which tells its own.
+      if (isMarkedForDeletion() || status() != watched) return;
       bool const admitted = Admission(group).admits(intfId, AddressRole::secondary);
       if (!admitted && !reactor.holds(origin)) return;
       // 2.
@@ -221,40 +223,45 @@ void Reactor::doIntfCleanup() {
    errors.rethrow();
 }
 
-/// Withdraws what the groups hold for addresses of `old` that `next`, null for none, lacks: primary
-/// address, secondary addresses in ascending order, virtual address.
+/// Withdraws what the groups hold for addresses of `old` that `next`, null for none, lacks: from
+/// each group its primary address, secondary addresses in ascending order, virtual address.
 void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                            FirstException& errors) {
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    bool const stays = next != nullptr && Admission::takesPart(next->intfId(), next->vrf());
-   auto const record = stateMachine_->decapIntfIp(old.intfId());
    // With a status to follow, primary and virtual address are replaced by its evaluation.
-   if (!stays && record) {
-      withdraw(record->primaryIp(), AddressRole::primary, Pkt::IpAddr::bits, errors);
-   }
-   for (auto const& entry : old.activeSecondaryWithMask().walkSorted()) {
-      if (stays && next->activeSecondaryWithMaskHas(entry.key)) continue;
-      withdraw(entry.key.addr(), AddressRole::secondary, entry.key.length(), errors);
-   }
-   if (!stays && record) {
-      withdraw(record->virtualIp(), AddressRole::virtualIp, Pkt::IpAddr::bits, errors);
-   }
+   auto const record = stays ? nullptr : stateMachine->decapIntfIp(old.intfId());
+   Pkt::IpAddr const primary = record ? record->primaryIp() : Pkt::IpAddr();
+   Pkt::IpAddr const virtualAddr = record ? record->virtualIp() : Pkt::IpAddr();
+   auto const watched = status();
+   auto const listed = stateMachine->mdlIpIntfStatus(intfId_);
+   // A hook may bring the interface back, or another in its place; then only what that one lacks
+   // is to go.
+   auto const isSucceeded = [&] {
+      return status() != watched || stateMachine->mdlIpIntfStatus(intfId_) != listed;
+   };
+   auto const leave = [&](DecapGroup const&, MdlDecapGroup& reactor) {
+      FirstException each;
+      auto const leaveOne = [&](Pkt::IpAddr addr, AddressRole role, std::uint32_t length) {
+         if (!isSucceeded()) withdrawFrom(reactor, addr, role, length, each);
+      };
+      leaveOne(primary, AddressRole::primary, Pkt::IpAddr::bits);
+      for (auto const& entry : old.activeSecondaryWithMask().walkSorted()) {
+         if (stays && next->activeSecondaryWithMaskHas(entry.key)) continue;
+         leaveOne(entry.key.addr(), AddressRole::secondary, entry.key.length());
+      }
+      leaveOne(virtualAddr, AddressRole::virtualIp, Pkt::IpAddr::bits);
+      each.rethrow();
+   };
+   Tunnel::Decap::DecapIntfKey const intf{intfId_, Pkt::familyIpv4};
+   forEachUser(*stateMachine, intf, errors, leave);
    // What is held need not be what can still be read: addresses may have gone, or the VRF, while
    // nobody could follow, or so that somebody who heard of it first made this change.
-   leaveRest(stays, errors);
-}
-
-/// Has the groups give back what they hold for the interface. While it stays, or when a hook has
-/// put another in its place meanwhile, that is what is not called for now.
-void Reactor::leaveRest(bool stays, FirstException& errors) {
-   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   if (!stateMachine) return;
-   Tunnel::Decap::DecapIntfKey const intf{intfId_, Pkt::familyIpv4};
    forEachUser(*stateMachine, intf, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-      bool const listed = stateMachine->mdlIpIntfStatus(intfId_).get() == this;
-      if (listed && !stays) {
-         reactor.leaveIntf(intf);
-      } else {
+      if (stays || isSucceeded()) {
          reactor.leaveStrays(intf);
+      } else {
+         reactor.leaveIntf(intf);
       }
    });
 }
@@ -262,15 +269,21 @@ void Reactor::leaveRest(bool stays, FirstException& errors) {
 /// Withdraws one address from every group that got its key from an interface.
 void Reactor::withdraw(Pkt::IpAddr addr, AddressRole role, std::uint32_t length,
                        FirstException& errors) {
-   if (addr.isZero() || stateMachine_ == nullptr) return;
+   if (stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   Pkt::IpGenPrefix const prefix(addr);
-   AddressOrigin const origin{intfId_, role, Pkt::IpGenPrefix(addr, length)};
    auto const leave = [&](DecapGroup const&, MdlDecapGroup& reactor) {
-      if (!reactor.hasKeyOf(prefix) && !reactor.holds(origin)) return;
-      reactor.handleIpIntfStatusChange(prefix, true, origin);
+      withdrawFrom(reactor, addr, role, length, errors);
    };
    forEachUser(*stateMachine, {intfId_, Pkt::familyIpv4}, errors, leave);
+}
+
+void Reactor::withdrawFrom(MdlDecapGroup& group, Pkt::IpAddr addr, AddressRole role,
+                           std::uint32_t length, FirstException& errors) {
+   if (addr.isZero()) return;
+   Pkt::IpGenPrefix const prefix(addr);
+   AddressOrigin const origin{intfId_, role, Pkt::IpGenPrefix(addr, length)};
+   if (!group.hasKeyOf(prefix) && !group.holds(origin)) return;
+   errors.attempt([&] { group.handleIpIntfStatusChange(prefix, true, origin); });
 }
 
 }  // namespace Fwd

@@ -49,7 +49,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlIpIntfStatus final : public Mdl::PtrInterfa
    void withdraw(Pkt::IpAddr addr, AddressRole role, std::uint32_t length, FirstException& errors);
    void withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* next,
                      FirstException& errors);
-   void leaveRest(bool stays, FirstException& errors);
+   void withdrawFrom(MdlDecapGroup& group, Pkt::IpAddr addr, AddressRole role, std::uint32_t length,
+                     FirstException& errors);
    void replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstException& errors);
 
    FwdDecapGroupSm* stateMachine_;

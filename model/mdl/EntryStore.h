@@ -33,8 +33,8 @@ struct CollectionEntry {
 /// small collection is small, and insertion moves nothing. A position is a chunk's number and a
 /// place in it. A removed entry leaves an empty slot, a *hole*; a chunk of which a quarter is left
 /// is rewritten, or united with a neighbour that is not much larger, on request (`compact`). That
-/// is all the compaction there is: one step moves at most one chunk's worth of entries, and one
-/// moves for every two or three that go. At half it would be one for each.
+/// is all the compaction there is: one step moves at most one chunk's worth of entries. For each
+/// that goes some half of one moves, hardly ever one; closed up at half it would always be one.
 ///
 /// I1 (order): reading the chunks along their links, and each from its first slot to `used`,
 ///    gives the live entries in the order of their insertion.

@@ -1,9 +1,13 @@
+#include "support/FailingNew.h"
 #include "support/InterfaceFixture.h"
 #include "support/MachineChecks.h"
 
 #include "mdl/Exception.h"
 
 #include <gtest/gtest.h>
+
+#include <new>
+#include <string>
 
 // Which interfaces have a reactor, and how the two status entities are followed.
 
@@ -181,6 +185,57 @@ TEST_F(InterfaceRegistry, RemovingAllWithdrawsWhatEachInterfaceGave) {
    sm->ip6IntfStatusDelAll();
    EXPECT_EQ(interfaces6(), Texts());
    thenDestinations({});
+}
+
+TEST_F(InterfaceRegistry, AnInterfaceThatGoesLeavesGroupAfterGroupAndItsAddressesInOrder) {
+   for (auto const* const group : {"one", "two"}) {
+      givenGroup(group);
+      whenDecapIntfAdded(group, "", all);
+   }
+   groupNamed("two").destPortIs(7000);
+   givenInterfaceWith("Ethernet1", "10.0.0.9/24", {"10.0.0.3/24", "10.0.0.2/24"});
+   givenRunning();
+   forgetSoFar();
+   whenInterfaceRemoved("Ethernet1");
+   Texts expected;
+   for (auto const* const port : {"6080", "7000"}) {
+      for (auto const* const address : {"10.0.0.9", "10.0.0.2", "10.0.0.3"}) {
+         expected.push_back("remove udp " + std::string(address) + "/32 port " + port +
+                            " payload ip vrf default -> removed");
+      }
+   }
+   thenCalls(expected);
+}
+
+// One allocation finds no memory, whichever it is.
+TEST_F(InterfaceRegistry, AnInterfaceThatGoesIsGivenBackWithoutMemory) {
+   givenGroup("g");
+   whenDecapIntfAdded("g", "", all);
+   whenDecapIntfAdded("g", "", all, ipv6);
+   givenRunning();
+   bool reached = true;
+   for (int successes = 0; reached; ++successes) {
+      SCOPED_TRACE("after " + std::to_string(successes) + " allocations");
+      givenInterface("Ethernet1", "10.0.0.1/24");
+      auto const status6 = givenInterface6("Ethernet1", {});
+      status6->addrIs(addr6("2001:db8::1/64"), {});
+      ASSERT_EQ(sm->refCount().size(), 2U);
+      {
+         Support::FailingNew const failing(successes, 1);
+         auto const remove = [&](auto const& removal) {
+            try {
+               removal();
+            } catch (std::bad_alloc const&) {
+               // What is looked at is what has been done all the same.
+            }
+         };
+         remove([&] { whenInterfaceRemoved("Ethernet1"); });
+         remove([&] { whenInterface6Removed("Ethernet1"); });
+         reached = failing.hasFailed();
+      }
+      // One whose removal found no memory is still there.
+      EXPECT_EQ(sm->refCount().size(), ip->ipIntfStatus().size() + ip6->intf().size());
+   }
 }
 
 TEST_F(InterfaceRegistry, AReactorThatHasLeftFollowsNothing) {
