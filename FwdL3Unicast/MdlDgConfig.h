@@ -19,7 +19,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDgConfig final : public Mdl::PtrInterface::
    void notifierIs(Mdl::Ptr<Mdl::Entity const> const& config) override;
    void onAttribute(Mdl::AttributeId attribute, void const* key) override;
 
-   /// Which groups say something of an interface, as their reactors write it down.
+   /// Which groups say something of an interface or hold something of it, as their reactors write
+   /// it down.
    InterfaceUsers& interfaceUsers() noexcept { return interfaceUsers_; }
 
    void stateMachineIs(FwdDecapGroupSm* stateMachine) noexcept { stateMachine_ = stateMachine; }

@@ -137,13 +137,7 @@ void Reactor::withdrawLost(Ip6::IntfStatus const& old, Ip6::IntfStatus const* ne
    Tunnel::Decap::DecapIntfKey const intf{intfId_, Pkt::familyIpv6};
    forEachUser(*stateMachine, intf, errors, leave);
    // What is held need not be what can still be read, as for IPv4.
-   forEachUser(*stateMachine, intf, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-      if (stays || isSucceeded()) {
-         reactor.leaveStrays(intf);
-      } else {
-         reactor.leaveIntf(intf);
-      }
-   });
+   leaveRest(*stateMachine, intf, errors, [&] { return stays || isSucceeded(); });
 }
 
 }  // namespace Fwd

@@ -257,13 +257,7 @@ void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* 
    forEachUser(*stateMachine, intf, errors, leave);
    // What is held need not be what can still be read: addresses may have gone, or the VRF, while
    // nobody could follow, or so that somebody who heard of it first made this change.
-   forEachUser(*stateMachine, intf, errors, [&](DecapGroup const&, MdlDecapGroup& reactor) {
-      if (stays || isSucceeded()) {
-         reactor.leaveStrays(intf);
-      } else {
-         reactor.leaveIntf(intf);
-      }
-   });
+   leaveRest(*stateMachine, intf, errors, [&] { return stays || isSucceeded(); });
 }
 
 /// Withdraws one address from every group that got its key from an interface.

@@ -38,4 +38,19 @@ void forEachUser(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey cons
    }
 }
 
+/// Has the groups give back what they hold for an interface, wherever it came from; while
+/// `onlyStrays()`, what is not called for now.
+template <class OnlyStrays>
+void leaveRest(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf,
+               FirstException& errors, OnlyStrays const& onlyStrays) {
+   auto const leave = [&](Tunnel::Decap::DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) {
+      if (onlyStrays()) {
+         group.leaveStrays(intf);
+      } else {
+         group.leaveIntf(intf);
+      }
+   };
+   forEachUser(stateMachine, intf, errors, leave);
+}
+
 }  // namespace Fwd
