@@ -12,6 +12,21 @@ namespace Fwd {
 using Tunnel::Decap::AddressType;
 using Tunnel::Decap::TunnelType;
 
+/// An exclude set came, went or changed. A hook that changes it again while the change is followed
+/// is compared with the same old set, so what it leaves out is given back here; until the machine
+/// is initialized nothing is, as nothing is followed.
+void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArgument) {
+   Mdl::Ptr<MdlDecapGroup> const self(this);
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   DecapIntfKey const decapIntfKey = keyArgument;
+   FirstException errors;
+   errors.attempt([&] { handleUpdateExcludeIntf(decapIntfKey); });
+   if (tunnelType() != TunnelType::unknown && stateMachine->initializedAndReady()) {
+      errors.attempt([&] { leaveStrays(decapIntfKey); });
+   }
+   errors.rethrow();
+}
+
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateExcludeIntf(DecapIntfKey const& keyArgument) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);

@@ -65,7 +65,7 @@ void FwdDecapGroupSm::MdlDecapGroup::onAttribute(Mdl::AttributeId attribute, voi
          if (following_) handleIntfEntry(*static_cast<DecapIntfKey const*>(key));
          return;
       case DecapGroup::decapExcludeIntfSetAttributeId:
-         if (following_) handleUpdateExcludeIntf(*static_cast<DecapIntfKey const*>(key));
+         if (following_) handleExcludeSet(*static_cast<DecapIntfKey const*>(key));
          return;
       case DecapGroup::tunnelTypeAttributeId: handleUpdateType(); return;
       case DecapGroup::destPortAttributeId: handleUpdateDestPort(); return;

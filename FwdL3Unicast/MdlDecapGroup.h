@@ -200,6 +200,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void listIntfs() noexcept;
    void handleIntfEntry(DecapIntfKey const& keyArgument);
    void forEachIntfEntry(FirstException& errors, bool withExcludes);
+   void handleExcludeSet(DecapIntfKey const& keyArgument);
    enum class Record : std::uint8_t { upToDate, applied, changed, missing };
    Record updateRecord(DecapIntfKey const& decapIntfKey);
    bool applyNamedEntry(DecapIntfKey const& decapIntfKey);

@@ -65,6 +65,22 @@ TEST_P(ChangeInACall, EndsLikeOneAfterTheOther) {
    }
 }
 
+/// Left out of the entry for all, and taken in again.
+void isIncludedAgain(AddressWorld const& world) {
+   Pkt::IntfId const ethernet1{Mdl::String("Ethernet1")};
+   for (std::uint32_t const family : {Pkt::familyIpv4, Pkt::familyIpv6}) {
+      Tunnel::Decap::DecapExcludeIntfSet set({Pkt::emptyIntfId, family});
+      set.excludeIntfIs(ethernet1);
+      world.group->decapExcludeIntfSetIs(set);
+      world.group->decapExcludeIntfSetDel({Pkt::emptyIntfId, family});
+   }
+}
+
+INSTANTIATE_TEST_SUITE_P(Inclusion, ChangeInACall,
+                         testing::Combine(testing::Values(Support::Entries::all),
+                                          testing::Values(Change{"IsIncludedAgain",
+                                                                 isIncludedAgain})),
+                         Support::nameOfChange);
 INSTANTIATE_TEST_SUITE_P(First, ChangeInACall, Support::eachFirstChange(), Support::nameOfChange);
 
 }  // namespace

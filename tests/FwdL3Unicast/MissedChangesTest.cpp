@@ -338,6 +338,18 @@ TEST_F(MissedChanges, ExcludeSetsAreFollowed) {
    thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
 }
 
+TEST_F(MissedChanges, WhatAnExcludeSetLeavesOutStaysUntilTheMachineIsInitialized) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "");
+   givenRunning();
+   whenNotInitialized();
+   forgetSoFar();
+   whenExcluded("red", {"Ethernet1"});
+   thenCalls({});
+   whenInitializedAgain();
+   thenCalls({removes("10.0.0.1/32")});
+}
+
 TEST_F(MissedChanges, InterfacesThatTakeNoPartStayOut) {
    givenInterface("Management1", "10.0.0.1/24");
    givenInterface6("Management1", {"2001:db8::1/64"});
