@@ -20,9 +20,19 @@ void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArg
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    DecapIntfKey const decapIntfKey = keyArgument;
    FirstException errors;
+   auto const settle = [&](DecapExcludeIntfSet const& set) {
+      for (auto const& intfId : set.excludeIntf()) {
+         DecapIntfKey const intf{intfId, decapIntfKey.family()};
+         errors.attempt([&] { leaveStrays(intf); });
+         errors.attempt([&] { noteUnheard(intf); });
+      }
+   };
+   DecapExcludeIntfSet const before = prevDecapExcludeIntfSet(decapIntfKey);
    errors.attempt([&] { handleUpdateExcludeIntf(decapIntfKey); });
    if (tunnelType() != TunnelType::unknown && stateMachine->initializedAndReady()) {
-      errors.attempt([&] { leaveStrays(decapIntfKey); });
+      settle(before);
+      settle(prevDecapExcludeIntfSet(decapIntfKey));
+      errors.attempt([&] { deriveUnheard(decapIntfKey); });
    }
    errors.rethrow();
 }

@@ -12,13 +12,14 @@ using Tunnel::Decap::TunnelType;
 
 /// An entry came, went or changed. What the handler finds is configuration and status of now; what
 /// it does not find there any more, because somebody was told of a change first and made another,
-/// is given back all the same.
+/// is given back all the same, and what is there after all is taken.
 void FwdDecapGroupSm::MdlDecapGroup::handleIntfEntry(DecapIntfKey const& keyArgument) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    DecapIntfKey const decapIntfKey = keyArgument;
    FirstException errors;
    errors.attempt([&] { handleUpdateIntf(decapIntfKey); });
    errors.attempt([&] { leaveStrays(decapIntfKey); });
+   errors.attempt([&] { deriveUnheard(decapIntfKey); });
    errors.rethrow();
 }
 
@@ -136,8 +137,11 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfAll(DecapIntfKey const& dec
       if (isMarkedForDeletion()) break;
       auto const& status = *entry.value;
       if (!Admission::takesPart(entry.key, status.vrf())) continue;
-      if (watched->decapIntfHas({entry.key, Pkt::familyIpv4})) continue;
-      if (Admission(*watched).excludes(entry.key, Pkt::familyIpv4)) continue;
+      DecapIntfKey const intf{entry.key, Pkt::familyIpv4};
+      if (watched->decapIntfHas(intf) || Admission(*watched).excludes(entry.key, intf.family())) {
+         errors.attempt([&] { noteUnheard(intf, decapIntfKey); });
+         continue;
+      }
       errors.attempt(
           [&] { updateIntfIp(decapIntfKey, entry.value, !update, allAddresses, allAddresses); });
    }
@@ -204,11 +208,11 @@ void FwdDecapGroupSm::MdlDecapGroup::updateDecapKeyFromIntf(DecapIntfKey const& 
    bool const admitted = origin.role == AddressRole::unnamed
                              ? watched->decapIntfHas(decapIntfKey)
                              : Admission(*watched).admits(origin.intfId, origin.role);
-   if (admitted) {
-      takeOrigin(key, origin);
-   } else {
-      leaveOrigin(key, origin);
-   }
+   if (admitted) return takeOrigin(key, origin);
+   FirstException errors;
+   errors.attempt([&] { leaveOrigin(key, origin); });
+   errors.attempt([&] { noteUnheard(HeldOrigins::interfaceOf(origin), decapIntfKey); });
+   errors.rethrow();
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfV6(DecapIntfKey const& decapIntfKey) {
@@ -228,8 +232,11 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfV6(DecapIntfKey const& deca
    FirstException errors;
    for (auto const& entry : ip6->intf().walk()) {
       if (isMarkedForDeletion()) break;
-      if (watched->decapIntfHas({entry.key, Pkt::familyIpv6})) continue;
-      if (Admission(*watched).excludes(entry.key, Pkt::familyIpv6)) continue;
+      DecapIntfKey const intf{entry.key, Pkt::familyIpv6};
+      if (watched->decapIntfHas(intf) || Admission(*watched).excludes(entry.key, intf.family())) {
+         errors.attempt([&] { noteUnheard(intf, decapIntfKey); });
+         continue;
+      }
       errors.attempt([&] { updateIntfIp6(decapIntfKey, *entry.value); });
    }
    errors.rethrow();
@@ -258,6 +265,22 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp6(DecapIntfKey const& decapIntf
    errors.rethrow();
 }
 
+/// Takes and leaves the addresses of one interface, as the configuration says now.
+void FwdDecapGroupSm::MdlDecapGroup::deriveIntf(DecapIntfKey const& intf) {
+   Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   if (!stateMachine) return;
+   if (intf.family() == Pkt::familyIpv6) {
+      if (auto const status = stateMachine->ip6IntfStatus(intf.intfId())) {
+         updateIntfIp6(intf, *status);
+      }
+      return;
+   }
+   auto const status = stateMachine->ipIntfStatus(intf.intfId());
+   if (status && Admission::takesPart(intf.intfId(), status->vrf())) {
+      updateIntfIp(intf, status, true, true, true);
+   }
+}
+
 bool FwdDecapGroupSm::MdlDecapGroup::hasKeyOf(Pkt::IpGenPrefix const& prefix) {
    if (!group()) return false;
    DecapKey const key = keyOf(prefix);
@@ -284,6 +307,10 @@ void FwdDecapGroupSm::MdlDecapGroup::forEachIntfEntry(FirstException& errors, bo
             errors.attempt([&] { handleUpdateExcludeIntf(entry.key); });
          }
       }
+   }
+   // Entries are applied one by one: those that came last had not been heard of by the first.
+   for (auto const& entry : unheard_.walk()) {
+      if (hasHeardOf(entry.key, {})) unheard_.erase(entry.hashed());
    }
 }
 

@@ -5,8 +5,6 @@
 #include "FwdL3Unicast/MdlDecapGroup.h"
 #include "FwdL3Unicast/Messages.h"
 
-#include <algorithm>
-
 namespace Fwd {
 
 using Tunnel::Decap::TunnelType;
@@ -25,7 +23,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIp(Pkt::IpGenPrefix const& pref
    // 3.
    DecapKey const key = keyOf(prefix);
    HashedKey const hashed = hashedKey(key);
-   if (booksAreLarge() && !booksAreLoaded(hashed)) loadBooks(hashed, Mdl::Soon::now);
+   if (booksAreLarge() && !loaded_.has(hashed.hash())) loadBooks(hashed, Mdl::Soon::now);
    FirstException errors;
    // 4.
    if (!isConfigured(prefix)) {
@@ -71,16 +69,11 @@ bool FwdDecapGroupSm::MdlDecapGroup::booksAreLarge() const noexcept {
    return stateMachine_->refCount().size() >= fewKeys;
 }
 
-/// Whether an announcement had them loaded, so that it need not be done again.
-bool FwdDecapGroupSm::MdlDecapGroup::booksAreLoaded(HashedKey const& key) const noexcept {
-   return std::ranges::find(loaded_, key.hash()) != loaded_.end();
-}
-
 void FwdDecapGroupSm::MdlDecapGroup::loadBooks(HashedKey const& key, Mdl::Soon soon) noexcept {
    if (soon != Mdl::Soon::next) fromIp_.prefetchIndex(key);
    BooksAhead::load(*stateMachine_, key, soon);
    if (soon != Mdl::Soon::later) fromIp_.prefetchEntry(key);
-   if (soon != Mdl::Soon::next) loaded_[loads_++ % loaded_.size()] = key.hash();
+   if (soon != Mdl::Soon::next) loaded_.add(key.hash());
 }
 
 /// The key that a prefix has already: the one of the group's values of now, or one that kept its

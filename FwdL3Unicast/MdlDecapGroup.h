@@ -6,11 +6,10 @@
 #include "FwdL3Unicast/GroupKeys.h"
 #include "FwdL3Unicast/HeldOrigins.h"
 #include "FwdL3Unicast/IntfAddressType.h"
+#include "FwdL3Unicast/LoadedKeys.h"
 #include "tunnel/decap/DecapExcludeIntfSet.h"
 #include "tunnel/decap/DecapIntfKey.h"
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 
 namespace Fwd {
@@ -131,6 +130,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// Whether an interface gave the group the key of this host prefix.
    bool hasKeyOf(Pkt::IpGenPrefix const& prefix);
    bool holds(AddressOrigin const& origin) const { return origins_.has(origin); }
+   /// An address was refused, or passed over; perhaps by what the group has not heard of yet.
+   void noteUnheard(DecapIntfKey const& intf, DecapIntfKey const& handled = {});
    /// Gives back whatever is held for an interface, wherever it came from.
    void leaveIntf(DecapIntfKey const& intf);
    /// Gives back what is held for an interface, the empty one for all of the family, and not called
@@ -167,7 +168,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// The key of a prefix with the group's values of now.
    DecapKey keyOf(Pkt::IpGenPrefix const& prefix) const;
    bool booksAreLarge() const noexcept;
-   bool booksAreLoaded(HashedKey const& key) const noexcept;
    void loadBooks(HashedKey const& key, Mdl::Soon soon) noexcept;
    bool isStopped(DecapKey const& key) const;
    bool isConfigured(Pkt::IpGenPrefix const& prefix) const;
@@ -208,6 +208,9 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void excludeIntfIp(Pkt::IntfId const& intfId, bool excluded, FirstException& errors);
    void excludeIntfIp6(Pkt::IntfId const& intfId, bool excluded, FirstException& errors);
    void followExcludeSets();
+   bool hasHeardOf(DecapIntfKey const& intf, DecapIntfKey const& handled) const;
+   void deriveUnheard(DecapIntfKey const& heard);
+   void deriveIntf(DecapIntfKey const& intf);
 
    void rekeyStale();
    template <class Rekeyed>
@@ -227,8 +230,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    unsigned rekeyings_ = 0;
    unsigned rekeyDepth_ = 0;
    unsigned rebuilds_ = 0;
-   std::array<std::uint32_t, 8> loaded_{};  ///< hashes of the keys that were last loaded ahead
-   std::size_t loads_ = 0;
+   LoadedKeys loaded_;
    /// The group's values changed while nobody could follow: its keys keep the old ones, each until
    /// it is derived anew.
    bool missedChanges_ = false;
@@ -240,6 +242,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<IntfAddressType>> intfAddressType_;
    Mdl::Collection<DecapIntfKey, DecapExcludeIntfSet> prevExclude_;
    HeldOrigins origins_;
+   Mdl::Collection<DecapIntfKey, bool> unheard_;  ///< decided on by what was not heard of
    /// The interfaces under which the group is listed as a user.
    Mdl::Collection<DecapIntfKey, bool> listed_;
 };

@@ -1,0 +1,120 @@
+#include "support/Actor.h"
+#include "support/AddressWorld.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// Somebody who hears of a change before the machine does makes another and then takes the first one
+// back. The machine hears of the first when it is over, and finds everything as it was; but the one
+// between has been followed while it was not.
+
+namespace {
+
+using Support::AddressWorld;
+using Support::Change;
+
+/// A change and how the world is again what it was.
+struct Passing {
+   Change change;
+   void (*takeBack)(AddressWorld const& world);
+};
+
+Change const& changeNamed(std::string const& name) {
+   return *std::ranges::find(Support::allChanges(), name, &Change::name);
+}
+
+void entryIsBack(AddressWorld const& world, std::string_view interfaceName, std::uint32_t family) {
+   Tunnel::Decap::DecapIntf entry({Pkt::IntfId(Mdl::String(interfaceName)), family});
+   entry.addressTypeIs(Tunnel::Decap::AddressType::all);
+   world.group->decapIntfIs(entry);
+}
+
+void isIncluded(AddressWorld const& world, std::uint32_t family) {
+   world.group->decapExcludeIntfSetDel({Pkt::emptyIntfId, family});
+}
+
+std::vector<Passing> const& passingChanges() {
+   using World = AddressWorld;
+   static std::vector<Passing> const all{
+       {changeNamed("EntryGoes"), [](World const& w) { entryIsBack(w, "Ethernet1", 1); }},
+       {changeNamed("EntryIsForPrimary"), [](World const& w) { entryIsBack(w, "Ethernet1", 1); }},
+       {changeNamed("Entry6Goes"), [](World const& w) { entryIsBack(w, "Ethernet1", 2); }},
+       {changeNamed("EntryForAllGoes"), [](World const& w) { entryIsBack(w, "", 1); }},
+       {changeNamed("EntryForAllIsForPrimary"), [](World const& w) { entryIsBack(w, "", 1); }},
+       {changeNamed("EntryForAll6Goes"), [](World const& w) { entryIsBack(w, "", 2); }},
+       {changeNamed("IsExcluded"), [](World const& w) { isIncluded(w, 1); }},
+       {changeNamed("IsExcluded6"), [](World const& w) { isIncluded(w, 2); }},
+       {changeNamed("TypeGoes"),
+        [](World const& w) { w.group->tunnelTypeIs(Tunnel::Decap::TunnelType::udp); }},
+       {changeNamed("PortChanges"), [](World const& w) { w.group->destPortIs(6080); }},
+       {changeNamed("GroupGoes"), [](World const& w) { w.config->decapGroupIs(w.group); }},
+   };
+   return all;
+}
+
+class TakenBack : public Support::AddressWorldFixture {
+ protected:
+   /// Whoever hears first of the next change makes `second`, and takes back what was told of.
+   void givenEarlierWatchers(AddressWorld const& world, Passing const& passing,
+                             Change const& second) {
+      watchers_.clear();
+      for (Mdl::Ptr<Mdl::Entity const> const& watched :
+           std::initializer_list<Mdl::Ptr<Mdl::Entity const>>{world.config, world.group}) {
+         watchers_.push_back(Support::actorOn(watched, told_, "earlier"));
+         watchers_.back()->actIs([this, world, passing, second] {
+            if (!std::exchange(waiting, false)) return;
+            second.make(world);
+            passing.takeBack(world);
+         });
+      }
+   }
+   void TearDown() override {
+      watchers_.clear();
+      AddressWorldFixture::TearDown();
+   }
+
+   bool waiting = false;
+
+ private:
+   Support::Journal told_;
+   std::vector<Mdl::Ptr<Support::Actor>> watchers_;
+};
+
+TEST_P(TakenBack, LeavesNothingOutAndNothingBehind) {
+   for (Passing const& passing : passingChanges()) {
+      if (passing.change.name != first().name) continue;
+      for (Change const& second : Support::allChanges()) {
+         SCOPED_TRACE("meanwhile " + second.name);
+         AddressWorld const world = givenWorld();
+         givenEarlierWatchers(world, passing, second);
+         givenRunning();
+         waiting = true;
+         first().make(world);
+         waiting = false;
+         whenAllIsReviewed();
+         EXPECT_EQ(held(), calledFor());
+         thenBooksAgree();
+         thenAllGoesWithTheInterface();
+      }
+   }
+}
+
+std::vector<Change> changesOf(std::vector<Passing> const& passing) {
+   std::vector<Change> changes;
+   for (auto const& each : passing) changes.push_back(each.change);
+   return changes;
+}
+
+INSTANTIATE_TEST_SUITE_P(First, TakenBack,
+                         testing::Combine(testing::Values(Support::Entries::named,
+                                                          Support::Entries::all,
+                                                          Support::Entries::both),
+                                          testing::ValuesIn(changesOf(passingChanges()))),
+                         Support::nameOfChange);
+
+}  // namespace

@@ -1,0 +1,160 @@
+#include "support/Actor.h"
+#include "support/InterfaceFixture.h"
+
+#include <functional>
+#include <utility>
+
+namespace {
+
+/// Somebody hears of a change of the group first, makes others that the group hears of at once, and
+/// takes the first one back: the group has followed the others by what it had not heard of.
+class UnheardEntries : public InterfaceFixture {
+ protected:
+   UnheardEntries() : group_(givenGroup("red")), first_(Support::actorOn(group_, told_, "first")) {
+      first_->actIs([this] {
+         if (auto const act = std::exchange(meanwhile_, nullptr)) act();
+      });
+   }
+   ~UnheardEntries() override { first_->actDel(); }
+
+   void meanwhile(std::function<void()> act) { meanwhile_ = std::move(act); }
+
+ private:
+   Mdl::Ptr<DecapGroup> group_;
+   Support::Journal told_;
+   Mdl::Ptr<Support::Actor> first_;
+   std::function<void()> meanwhile_;
+};
+
+TEST_F(UnheardEntries, WhatTheEntryForAllPassedOverAsExcludedIsTaken) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   givenInterface("Ethernet2", "10.0.0.2/24");
+   givenRunning();
+   meanwhile([&] {
+      whenDecapIntfAdded("red", "");
+      thenDestinations({"10.0.0.2/32"});
+      whenExcluded("red", {});
+   });
+   whenExcluded("red", {"Ethernet1"});
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+}
+
+TEST_F(UnheardEntries, WhatTheIpv6EntryForAllPassedOverAsExcludedIsTaken) {
+   givenInterface6("Ethernet1", {"2001:db8::1/64"});
+   givenInterface6("Ethernet2", {"2001:db8::2/64"});
+   givenRunning();
+   meanwhile([&] {
+      whenDecapIntfAdded("red", "", all, ipv6);
+      thenDestinations({"2001:db8::2/128"});
+      whenExcluded("red", {}, ipv6);
+   });
+   whenExcluded("red", {"Ethernet1"}, ipv6);
+   thenDestinations({"2001:db8::1/128", "2001:db8::2/128"});
+}
+
+TEST_F(UnheardEntries, WhatTheEntryForAllLeftToAnEntryOfItsOwnIsTaken) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   givenRunning();
+   meanwhile([&] {
+      whenDecapIntfAdded("red", "");
+      whenDecapIntfRemoved("red", "Ethernet1");
+   });
+   whenDecapIntfAdded("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32"});
+}
+
+TEST_F(UnheardEntries, WhatTheExcludeSetLeftToAnEntryOfItsOwnIsTaken) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "");
+   whenExcluded("red", {"Ethernet1"});
+   givenRunning();
+   meanwhile([&] {
+      whenExcluded("red", {});
+      whenDecapIntfRemoved("red", "Ethernet1");
+   });
+   whenDecapIntfAdded("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32"});
+}
+
+// Another status of the interface has the address too, but was excluded when it came.
+TEST_F(UnheardEntries, WhatAnotherStatusHasTooIsTakenAgain) {
+   givenInterface6("Ethernet1", {"2001:db8::1/64"});
+   whenDecapIntfAdded("red", "", all, ipv6);
+   givenRunning();
+   meanwhile([&] {
+      givenInterface6("Ethernet1", {"2001:db8::1/64"});
+      thenDestinations({});
+      whenExcluded("red", {}, ipv6);
+   });
+   whenExcluded("red", {"Ethernet1"}, ipv6);
+   thenDestinations({"2001:db8::1/128"});
+}
+
+// As the entry for all comes back before the exclude set is heard of, but after the interface was
+// refused by both.
+TEST_F(UnheardEntries, WhatIsStillToBeHeardOfIsWaitedFor) {
+   auto const intf1 = givenInterfaceWith("Ethernet1", "10.0.0.1/24", {});
+   whenDecapIntfAdded("red", "", all);
+   givenRunning();
+   meanwhile([&] {
+      whenSecondaryAdded(intf1, "10.0.0.2/24");
+      whenDecapIntfAdded("red", "");
+      whenDecapIntfAdded("red", "", all);
+      whenExcluded("red", {});
+   });
+   whenExcluded("red", {"Ethernet1"});
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+}
+
+TEST_F(UnheardEntries, AnEntryOfTheOtherFamilySettlesNothing) {
+   auto const intf1 = givenInterfaceWith("Ethernet1", "10.0.0.1/24", {});
+   whenDecapIntfAdded("red", "", all);
+   givenRunning();
+   givenTraceLevels({5});
+   meanwhile([&] {
+      whenSecondaryAdded(intf1, "10.0.0.2/24");
+      forgetSoFar();
+      whenDecapIntfAdded("red", "", all, ipv6);
+      EXPECT_EQ(tracesOf("updateDecapKeyFromIntf"), Texts());
+      whenExcluded("red", {});
+   });
+   whenExcluded("red", {"Ethernet1"});
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+}
+
+// What has been heard of is followed once.
+
+TEST_F(UnheardEntries, WhatWasHeardOfAtTheReplayIsNotDerivedAgain) {
+   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {"10.0.0.2/24"});
+   whenDecapIntfAdded("red", "Ethernet1");
+   whenDecapIntfAdded("red", "", all);
+   givenRunning();
+   givenTraceLevels({5});
+   forgetSoFar();
+   whenExcluded("red", {"Ethernet2"});
+   EXPECT_EQ(tracesOf("updateDecapKeyFromIntf"), Texts());
+}
+
+TEST_F(UnheardEntries, WhatAnIpv6EntryRefusedIsNotDerivedAgain) {
+   auto const intf1 = givenInterface6("Ethernet1", {});
+   whenDecapIntfAdded("red", "", all, ipv6);
+   whenExcluded("red", {"Ethernet1"}, ipv6);
+   givenRunning();
+   givenTraceLevels({5});
+   whenAddress6Added(intf1, "2001:db8::1/64");
+   forgetSoFar();
+   whenExcluded("red", {"Ethernet1", "Ethernet2"}, ipv6);
+   EXPECT_EQ(tracesOf("updateDecapKeyFromIntf"), Texts());
+}
+
+TEST_F(UnheardEntries, AnEntryThatGoesIsFollowedOnce) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1");
+   givenRunning();
+   givenTraceLevels({5});
+   forgetSoFar();
+   whenDecapIntfRemoved("red", "Ethernet1");
+   EXPECT_EQ(tracesOf("updateDecapKeyFromIntf").size(), 1U);
+}
+
+}  // namespace
