@@ -1,12 +1,10 @@
-#include "support/Actor.h"
 #include "support/AddressWorld.h"
+#include "support/FirstToHear.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 // Somebody who hears of a change before the machine does makes another and then takes the first one
@@ -57,33 +55,7 @@ std::vector<Passing> const& passingChanges() {
    return all;
 }
 
-class TakenBack : public Support::AddressWorldFixture {
- protected:
-   /// Whoever hears first of the next change makes `second`, and takes back what was told of.
-   void givenEarlierWatchers(AddressWorld const& world, Passing const& passing,
-                             Change const& second) {
-      watchers_.clear();
-      for (Mdl::Ptr<Mdl::Entity const> const& watched :
-           std::initializer_list<Mdl::Ptr<Mdl::Entity const>>{world.config, world.group}) {
-         watchers_.push_back(Support::actorOn(watched, told_, "earlier"));
-         watchers_.back()->actIs([this, world, passing, second] {
-            if (!std::exchange(waiting, false)) return;
-            second.make(world);
-            passing.takeBack(world);
-         });
-      }
-   }
-   void TearDown() override {
-      watchers_.clear();
-      AddressWorldFixture::TearDown();
-   }
-
-   bool waiting = false;
-
- private:
-   Support::Journal told_;
-   std::vector<Mdl::Ptr<Support::Actor>> watchers_;
-};
+class TakenBack : public Support::AddressWorldFixture {};
 
 TEST_P(TakenBack, LeavesNothingOutAndNothingBehind) {
    for (Passing const& passing : passingChanges()) {
@@ -91,11 +63,14 @@ TEST_P(TakenBack, LeavesNothingOutAndNothingBehind) {
       for (Change const& second : Support::allChanges()) {
          SCOPED_TRACE("meanwhile " + second.name);
          AddressWorld const world = givenWorld();
-         givenEarlierWatchers(world, passing, second);
+         Support::FirstToHear watcher({world.config, world.group});
          givenRunning();
-         waiting = true;
+         watcher.nextIs([&] {
+            second.make(world);
+            passing.takeBack(world);
+         });
          first().make(world);
-         waiting = false;
+         watcher.nextIs(nullptr);
          whenAllIsReviewed();
          EXPECT_EQ(held(), calledFor());
          thenBooksAgree();

@@ -1,4 +1,4 @@
-#include "support/Actor.h"
+#include "support/FirstToHear.h"
 #include "support/InterfaceFixture.h"
 
 #include <functional>
@@ -10,20 +10,12 @@ namespace {
 /// takes the first one back: the group has followed the others by what it had not heard of.
 class UnheardEntries : public InterfaceFixture {
  protected:
-   UnheardEntries() : group_(givenGroup("red")), first_(Support::actorOn(group_, told_, "first")) {
-      first_->actIs([this] {
-         if (auto const act = std::exchange(meanwhile_, nullptr)) act();
-      });
-   }
-   ~UnheardEntries() override { first_->actDel(); }
+   UnheardEntries() : watcher_({givenGroup("red")}) {}
 
-   void meanwhile(std::function<void()> act) { meanwhile_ = std::move(act); }
+   void meanwhile(std::function<void()> act) { watcher_.nextIs(std::move(act)); }
 
  private:
-   Mdl::Ptr<DecapGroup> group_;
-   Support::Journal told_;
-   Mdl::Ptr<Support::Actor> first_;
-   std::function<void()> meanwhile_;
+   Support::FirstToHear watcher_;
 };
 
 TEST_F(UnheardEntries, WhatTheEntryForAllPassedOverAsExcludedIsTaken) {
@@ -144,6 +136,20 @@ TEST_F(UnheardEntries, WhatAnIpv6EntryRefusedIsNotDerivedAgain) {
    whenAddress6Added(intf1, "2001:db8::1/64");
    forgetSoFar();
    whenExcluded("red", {"Ethernet1", "Ethernet2"}, ipv6);
+   EXPECT_EQ(tracesOf("updateDecapKeyFromIntf"), Texts());
+}
+
+// The record of an interface of another VRF outlives its entry, which has been heard of.
+TEST_F(UnheardEntries, AnEntryThatWentInAnotherVrfIsNotFollowedAgain) {
+   givenInterface("Ethernet1", "10.0.0.1/24", "blue");
+   whenDecapIntfAdded("red", "Ethernet1");
+   whenDecapIntfAdded("red", "", all);
+   givenRunning();
+   whenDecapIntfRemoved("red", "Ethernet1");
+   givenInterface("Ethernet1", "10.0.0.2/24");
+   givenTraceLevels({5});
+   forgetSoFar();
+   whenExcluded("red", {"Ethernet2"});
    EXPECT_EQ(tracesOf("updateDecapKeyFromIntf"), Texts());
 }
 
