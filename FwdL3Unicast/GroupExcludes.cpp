@@ -13,15 +13,17 @@ using Tunnel::Decap::AddressType;
 using Tunnel::Decap::TunnelType;
 
 /// An exclude set came, went or changed. A hook that changes it again while the change is followed
-/// is compared with the same old set, so what it leaves out is given back here; until the machine
-/// is initialized nothing is, as nothing is followed.
+/// is compared with the same old set, so what it leaves out is given back here, and interfaces
+/// that were decided on without the set are looked at again. Until the machine is initialized there
+/// is nothing of that, as nothing is followed.
 void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArgument) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    DecapIntfKey const decapIntfKey = keyArgument;
    FirstException errors;
-   auto const settle = [&](DecapExcludeIntfSet const& set) {
+   auto const settle = [&](DecapExcludeIntfSet const& set, DecapExcludeIntfSet const& settled) {
       for (auto const& intfId : set.excludeIntf()) {
+         if (settled.excludeIntf(intfId)) continue;
          DecapIntfKey const intf{intfId, decapIntfKey.family()};
          errors.attempt([&] { leaveStrays(intf); });
          errors.attempt([&] { noteUnheard(intf); });
@@ -30,8 +32,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArg
    DecapExcludeIntfSet const before = prevDecapExcludeIntfSet(decapIntfKey);
    errors.attempt([&] { handleUpdateExcludeIntf(decapIntfKey); });
    if (tunnelType() != TunnelType::unknown && stateMachine->initializedAndReady()) {
-      settle(before);
-      settle(prevDecapExcludeIntfSet(decapIntfKey));
+      settle(before, DecapExcludeIntfSet());
+      settle(prevDecapExcludeIntfSet(decapIntfKey), before);
       errors.attempt([&] { deriveUnheard(decapIntfKey); });
    }
    errors.rethrow();
