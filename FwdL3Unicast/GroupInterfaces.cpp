@@ -265,7 +265,6 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp6(DecapIntfKey const& decapIntf
    errors.rethrow();
 }
 
-/// Takes and leaves the addresses of one interface, as the configuration says now.
 void FwdDecapGroupSm::MdlDecapGroup::deriveIntf(DecapIntfKey const& intf) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    if (!stateMachine) return;

@@ -4,6 +4,7 @@
 
 #include "FwdL3Unicast/Admission.h"
 #include "FwdL3Unicast/MdlDecapGroup.h"
+#include "FwdL3Unicast/UsingGroups.h"
 
 namespace Fwd {
 
@@ -49,6 +50,17 @@ void FwdDecapGroupSm::MdlDecapGroup::deriveUnheard(DecapIntfKey const& heard) {
       errors.attempt([&] { deriveIntf(intf); });
       errors.attempt([&] { noteUnheard(intf); });
    }
+   errors.rethrow();
+}
+
+void deriveReturned(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intfKey) {
+   if (!stateMachine.initializedAndReady()) return;
+   Tunnel::Decap::DecapIntfKey const intf = intfKey;
+   FirstException errors;
+   forEachUser(stateMachine, intf, errors,
+               [&](Tunnel::Decap::DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) {
+                  group.deriveIntf(intf);
+               });
    errors.rethrow();
 }
 

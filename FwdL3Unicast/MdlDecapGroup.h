@@ -130,6 +130,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// Whether an interface gave the group the key of this host prefix.
    bool hasKeyOf(Pkt::IpGenPrefix const& prefix);
    bool holds(AddressOrigin const& origin) const { return origins_.has(origin); }
+   /// Takes and leaves what a named interface has, as the configuration says now.
+   void deriveIntf(DecapIntfKey const& intf);
    /// An address was refused, or passed over; perhaps by what the group has not heard of yet.
    void noteUnheard(DecapIntfKey const& intf, DecapIntfKey const& handled = {});
    /// Gives back whatever is held for an interface, wherever it came from.
@@ -210,7 +212,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void followExcludeSets();
    bool hasHeardOf(DecapIntfKey const& intf, DecapIntfKey const& handled) const;
    void deriveUnheard(DecapIntfKey const& heard);
-   void deriveIntf(DecapIntfKey const& intf);
 
    void rekeyStale();
    template <class Rekeyed>
@@ -243,8 +244,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    Mdl::Collection<DecapIntfKey, DecapExcludeIntfSet> prevExclude_;
    HeldOrigins origins_;
    Mdl::Collection<DecapIntfKey, bool> unheard_;  ///< decided on by what was not heard of
-   /// The interfaces under which the group is listed as a user.
-   Mdl::Collection<DecapIntfKey, bool> listed_;
+   Mdl::Collection<DecapIntfKey, bool> listed_;   ///< interfaces that know it as a user
 };
 
 }  // namespace Fwd

@@ -1,6 +1,7 @@
 #include "FwdL3Unicast/MdlIp6Status.h"
 
 #include "FwdL3Unicast/MdlIp6IntfStatus.h"
+#include "FwdL3Unicast/UsingGroups.h"
 
 namespace Fwd {
 
@@ -36,7 +37,11 @@ void FwdDecapGroupSm::MdlIp6Status::onAttribute(Mdl::AttributeId attribute, void
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    auto const& intfId = *static_cast<Pkt::IntfId const*>(key);
    if (auto const intfStatus = watched->intf(intfId)) {
-      stateMachine->ip6IntfStatusIs(intfStatus);
+      if (stateMachine->ip6IntfStatus(intfId) == intfStatus) {
+         deriveReturned(*stateMachine, {intfId, Pkt::familyIpv6});
+      } else {
+         stateMachine->ip6IntfStatusIs(intfStatus);
+      }
    } else {
       stateMachine->ip6IntfStatusDel(intfId);
    }

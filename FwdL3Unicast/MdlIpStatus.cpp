@@ -1,6 +1,7 @@
 #include "FwdL3Unicast/MdlIpStatus.h"
 
 #include "FwdL3Unicast/MdlIpIntfStatus.h"
+#include "FwdL3Unicast/UsingGroups.h"
 
 namespace Fwd {
 
@@ -36,7 +37,11 @@ void FwdDecapGroupSm::MdlIpStatus::onAttribute(Mdl::AttributeId attribute, void 
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    auto const& intfId = *static_cast<Pkt::IntfId const*>(key);
    if (auto const intfStatus = watched->ipIntfStatus(intfId)) {
-      stateMachine->ipIntfStatusIs(intfStatus);
+      if (stateMachine->ipIntfStatus(intfId) == intfStatus) {
+         deriveReturned(*stateMachine, {intfId, Pkt::familyIpv4});
+      } else {
+         stateMachine->ipIntfStatusIs(intfStatus);
+      }
    } else {
       stateMachine->ipIntfStatusDel(intfId);
    }

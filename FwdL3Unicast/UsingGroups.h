@@ -38,6 +38,10 @@ void forEachUser(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey cons
    }
 }
 
+/// For an interface that was away before anybody could hear of it, and is back with the status that
+/// it had: what its groups were told meanwhile they followed without it.
+void deriveReturned(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf);
+
 /// Has the groups give back what they hold for an interface, wherever it came from; while
 /// `onlyStrays()`, what is not called for now.
 template <class OnlyStrays>

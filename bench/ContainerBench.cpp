@@ -206,7 +206,7 @@ template <class Container>
 double bytesPerEntry(std::size_t count) {
    keysOf(count);  // not a part of what is measured
    std::size_t const bytes = residentBytesOf([&] {
-      auto const container = std::make_shared<Container>();
+      auto container = std::make_shared<Container>();
       fill(*container, count);
       return container;
    });

@@ -121,7 +121,7 @@ template <class Job>
 double bytesPerKey(std::size_t count) {
    Prefixes const& prefixes = prefixesOf(count);
    std::size_t const bytes = residentBytesOf([&] {
-      auto const job = std::make_shared<Job>(groups);
+      auto job = std::make_shared<Job>(groups);
       addAll(*job, prefixes);
       return job;
    });

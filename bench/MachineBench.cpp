@@ -32,7 +32,7 @@ double addressChange(std::size_t groups) {
        },
        200);
    // The ten groups share the key: one comes and one goes.
-   return scene.hook->calls - before == 2 * changes ? seconds : -1;
+   return scene.hook->calls - before == std::uint64_t{2} * changes ? seconds : -1;
 }
 
 /// The time of one key in a pass of ten milliseconds, with a million keys waiting.

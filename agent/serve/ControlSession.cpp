@@ -18,7 +18,7 @@ using Control::Status;
 namespace {
 
 constexpr unsigned info = 6;
-constexpr std::size_t block = 16 * 1024;
+constexpr std::size_t block = std::size_t{16} * 1024;
 /// Descriptors taken in with one message. A client sends one; the others are closed.
 constexpr std::size_t mostDescriptors = 8;
 

@@ -55,8 +55,8 @@ class Machine {
       ~Hook() override = default;
    };
 
-   static Mdl::Ptr<Tunnel::Decap::DecapGroup> makeGroup(std::string const& name) {
-      auto group = Mdl::allocate<Tunnel::Decap::DecapGroup>(Mdl::String(name));
+   static Mdl::Ptr<Tunnel::Decap::DecapGroup> makeGroup(std::string const& groupName) {
+      auto group = Mdl::allocate<Tunnel::Decap::DecapGroup>(Mdl::String(groupName));
       group->tunnelTypeIs(Tunnel::Decap::TunnelType::udp);
       group->destPortIs(6080);
       group->payloadTypeIs(Tunnel::Decap::PayloadType::ip);

@@ -32,6 +32,9 @@ void entryIsBack(AddressWorld const& world, std::string_view interfaceName, std:
    world.group->decapIntfIs(entry);
 }
 
+Pkt::IpAddrWithMask v4(char const* text) { return Pkt::IpAddrWithMask::fromText(text); }
+Pkt::Ip6AddrWithMask v6(char const* text) { return Pkt::Ip6AddrWithMask::fromText(text); }
+
 void isIncluded(AddressWorld const& world, std::uint32_t family) {
    world.group->decapExcludeIntfSetDel({Pkt::emptyIntfId, family});
 }
@@ -51,6 +54,21 @@ std::vector<Passing> const& passingChanges() {
         [](World const& w) { w.group->tunnelTypeIs(Tunnel::Decap::TunnelType::udp); }},
        {changeNamed("PortChanges"), [](World const& w) { w.group->destPortIs(6080); }},
        {changeNamed("GroupGoes"), [](World const& w) { w.config->decapGroupIs(w.group); }},
+       {changeNamed("InterfaceGoes"), [](World const& w) { w.ip->ipIntfStatusIs(w.intf); }},
+       {changeNamed("Interface6Goes"), [](World const& w) { w.ip6->intfIs(w.intf6); }},
+       {changeNamed("PrimaryMoves"),
+        [](World const& w) { w.intf->addrWithMaskIs(v4("10.0.0.1/24")); }},
+       {changeNamed("PrimaryGoes"),
+        [](World const& w) { w.intf->addrWithMaskIs(v4("10.0.0.1/24")); }},
+       {changeNamed("SecondaryComes"),
+        [](World const& w) { w.intf->activeSecondaryWithMaskDel(v4("10.0.0.3/24")); }},
+       {changeNamed("SecondaryGoes"),
+        [](World const& w) { w.intf->activeSecondaryWithMaskIs(v4("10.0.0.2/24")); }},
+       {changeNamed("VirtualGoes"), [](World const& w) { w.intf->virtualAddrIs(true); }},
+       {changeNamed("Address6Comes"),
+        [](World const& w) { w.intf6->addrDel(v6("2001:db8::3/64")); }},
+       {changeNamed("Address6Goes"),
+        [](World const& w) { w.intf6->addrIs(v6("2001:db8::1/64"), {}); }},
    };
    return all;
 }
@@ -63,7 +81,8 @@ TEST_P(TakenBack, LeavesNothingOutAndNothingBehind) {
       for (Change const& second : Support::allChanges()) {
          SCOPED_TRACE("meanwhile " + second.name);
          AddressWorld const world = givenWorld();
-         Support::FirstToHear watcher({world.config, world.group});
+         Support::FirstToHear watcher(
+             {world.config, world.group, world.ip, world.ip6, world.intf, world.intf6});
          givenRunning();
          watcher.nextIs([&] {
             second.make(world);
