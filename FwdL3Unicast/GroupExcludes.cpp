@@ -14,8 +14,8 @@ using Tunnel::Decap::TunnelType;
 
 /// An exclude set came, went or changed. A hook that changes it again while the change is followed
 /// is compared with the same old set, so what it leaves out is given back here, and interfaces
-/// that were decided on without the set are looked at again. Until the machine is initialized there
-/// is nothing of that, as nothing is followed.
+/// that were decided on without the set are looked at again; while the machine is not initialized,
+/// later, with all that it missed.
 void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArgument) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
@@ -31,7 +31,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArg
    };
    DecapExcludeIntfSet const before = prevDecapExcludeIntfSet(decapIntfKey);
    errors.attempt([&] { handleUpdateExcludeIntf(decapIntfKey); });
-   if (tunnelType() != TunnelType::unknown && stateMachine->initializedAndReady()) {
+   if (stateMachine->initializedAndReady()) {
       settle(before, DecapExcludeIntfSet());
       settle(prevDecapExcludeIntfSet(decapIntfKey), before);
       errors.attempt([&] { deriveUnheard(decapIntfKey); });

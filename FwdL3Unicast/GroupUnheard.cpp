@@ -53,9 +53,8 @@ void FwdDecapGroupSm::MdlDecapGroup::deriveUnheard(DecapIntfKey const& heard) {
    errors.rethrow();
 }
 
-void deriveReturned(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intfKey) {
+void deriveReturned(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf) {
    if (!stateMachine.initializedAndReady()) return;
-   Tunnel::Decap::DecapIntfKey const intf = intfKey;
    FirstException errors;
    forEachUser(stateMachine, intf, errors,
                [&](Tunnel::Decap::DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) {

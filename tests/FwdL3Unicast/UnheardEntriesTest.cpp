@@ -2,6 +2,7 @@
 #include "support/InterfaceFixture.h"
 
 #include <functional>
+#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -10,7 +11,7 @@ namespace {
 /// takes the first one back: the group has followed the others by what it had not heard of.
 class UnheardEntries : public InterfaceFixture {
  protected:
-   UnheardEntries() : watcher_({givenGroup("red")}) {}
+   UnheardEntries() : watcher_({givenGroup("red"), ip}) {}
 
    void meanwhile(std::function<void()> act) { watcher_.nextIs(std::move(act)); }
 
@@ -111,6 +112,47 @@ TEST_F(UnheardEntries, AnEntryOfTheOtherFamilySettlesNothing) {
       whenExcluded("red", {});
    });
    whenExcluded("red", {"Ethernet1"});
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+}
+
+// The hook throws as the interface's own entry goes, which was the last that spoke for it just
+// then.
+TEST_F(UnheardEntries, WhatWasLeftWithAnExceptionIsTakenAgain) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1");
+   whenDecapIntfAdded("red", "");
+   givenRunning();
+   hardware->duringRemoval(1, [] { throw std::runtime_error("unplugged"); });
+   meanwhile([&] {
+      EXPECT_THROW(whenDecapIntfRemoved("red", "Ethernet1"), std::runtime_error);
+      whenDecapIntfAdded("red", "");
+   });
+   whenDecapIntfRemoved("red", "");
+   thenCounts({counted("10.0.0.1/32", 1)});
+}
+
+// An interface that was away and is back before the machine hears of it.
+
+TEST_F(UnheardEntries, AManagementInterfaceThatReturnsIsLeftOut) {
+   auto const management = givenInterface("Management1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "");
+   givenRunning();
+   meanwhile([&] { ip->ipIntfStatusIs(management); });
+   whenInterfaceRemoved("Management1");
+   thenDestinations({});
+}
+
+TEST_F(UnheardEntries, AnInterfaceThatReturnsWaitsUntilTheMachineIsInitialized) {
+   auto const intf1 = givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "", all);
+   givenRunning();
+   sm->initializedIs(false);
+   whenSecondaryAdded(intf1, "10.0.0.2/24");
+   forgetSoFar();
+   meanwhile([&] { ip->ipIntfStatusIs(intf1); });
+   whenInterfaceRemoved("Ethernet1");
+   thenCalls({});
+   sm->initializedIs(true);
    thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
 }
 

@@ -54,6 +54,20 @@ void entriesGo(DecapGroup& group, Pkt::IntfId const& intfId) {
    group.decapIntfDel({intfId, Pkt::familyIpv6});
 }
 
+void entryIsBack(World const& world, Pkt::IntfId const& intfId, std::uint32_t family) {
+   Tunnel::Decap::DecapIntf entry({intfId, family});
+   entry.addressTypeIs(Tunnel::Decap::AddressType::all);
+   world.group->decapIntfIs(entry);
+}
+
+void isIncluded(World const& world, std::uint32_t family) {
+   world.group->decapExcludeIntfSetDel({Pkt::emptyIntfId, family});
+}
+
+Change const& changeNamed(std::string const& name) {
+   return *std::ranges::find(allChanges(), name, &Change::name);
+}
+
 std::vector<Change> interfaceChanges() {
    return {
        {"InterfaceGoes", [](World const& w) { w.ip->ipIntfStatusDel(ethernet1()); }},
@@ -176,6 +190,44 @@ std::vector<Change> const& allChanges() {
       for (Change& change : groupChanges()) changes.push_back(std::move(change));
       return changes;
    }();
+   return all;
+}
+
+std::vector<Passing> const& passingChanges() {
+   static std::vector<Passing> const all{
+       {changeNamed("EntryGoes"),
+        [](World const& w) { entryIsBack(w, ethernet1(), Pkt::familyIpv4); }},
+       {changeNamed("EntryIsForPrimary"),
+        [](World const& w) { entryIsBack(w, ethernet1(), Pkt::familyIpv4); }},
+       {changeNamed("Entry6Goes"),
+        [](World const& w) { entryIsBack(w, ethernet1(), Pkt::familyIpv6); }},
+       {changeNamed("EntryForAllGoes"),
+        [](World const& w) { entryIsBack(w, Pkt::emptyIntfId, Pkt::familyIpv4); }},
+       {changeNamed("EntryForAllIsForPrimary"),
+        [](World const& w) { entryIsBack(w, Pkt::emptyIntfId, Pkt::familyIpv4); }},
+       {changeNamed("EntryForAll6Goes"),
+        [](World const& w) { entryIsBack(w, Pkt::emptyIntfId, Pkt::familyIpv6); }},
+       {changeNamed("IsExcluded"), [](World const& w) { isIncluded(w, Pkt::familyIpv4); }},
+       {changeNamed("IsExcluded6"), [](World const& w) { isIncluded(w, Pkt::familyIpv6); }},
+       {changeNamed("TypeGoes"), [](World const& w) { w.group->tunnelTypeIs(TunnelType::udp); }},
+       {changeNamed("PortChanges"), [](World const& w) { w.group->destPortIs(6080); }},
+       {changeNamed("GroupGoes"), [](World const& w) { w.config->decapGroupIs(w.group); }},
+       {changeNamed("InterfaceGoes"), [](World const& w) { w.ip->ipIntfStatusIs(w.intf); }},
+       {changeNamed("Interface6Goes"), [](World const& w) { w.ip6->intfIs(w.intf6); }},
+       {changeNamed("PrimaryMoves"),
+        [](World const& w) { w.intf->addrWithMaskIs(v4("10.0.0.1/24")); }},
+       {changeNamed("PrimaryGoes"),
+        [](World const& w) { w.intf->addrWithMaskIs(v4("10.0.0.1/24")); }},
+       {changeNamed("SecondaryComes"),
+        [](World const& w) { w.intf->activeSecondaryWithMaskDel(v4("10.0.0.3/24")); }},
+       {changeNamed("SecondaryGoes"),
+        [](World const& w) { w.intf->activeSecondaryWithMaskIs(v4("10.0.0.2/24")); }},
+       {changeNamed("VirtualGoes"), [](World const& w) { w.intf->virtualAddrIs(true); }},
+       {changeNamed("Address6Comes"),
+        [](World const& w) { w.intf6->addrDel(v6("2001:db8::3/64")); }},
+       {changeNamed("Address6Goes"),
+        [](World const& w) { w.intf6->addrIs(v6("2001:db8::1/64"), {}); }},
+   };
    return all;
 }
 

@@ -39,6 +39,14 @@ struct Change {
 
 std::vector<Change> const& allChanges();
 
+/// A change of a new world, and how it is again what it was.
+struct Passing {
+   Change change;
+   std::function<void(AddressWorld const&)> takeBack;
+};
+
+std::vector<Passing> const& passingChanges();
+
 /// Whether the groups have an entry for the interface, for all, or both.
 enum class Entries : std::uint8_t { named, all, both };
 
