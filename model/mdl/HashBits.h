@@ -24,6 +24,21 @@ struct HashBits {
       return static_cast<std::uint8_t>(1U << passClassOf(hash));
    }
 
+   /// Where a search starts and how it goes on: from a group to its neighbour, whose tags are in
+   /// the same cache line, and from there to another pair. The step is odd, in pairs, so that it
+   /// visits every group.
+   struct Probe {
+      Probe(std::uint32_t hash, std::uint32_t groupMask) noexcept
+          : tag(tagOf(hash)), group(hash & groupMask), mask(groupMask) {}
+      void next() noexcept {
+         group = (group ^ 1U) & mask;
+         if (atNeighbour) group = (group + 4 * tag + 2) & mask;
+         atNeighbour = !atNeighbour;
+      }
+      std::uint32_t tag, group, mask;
+      bool atNeighbour = false;
+   };
+
    // A slot: a position, and above it a mark with what is foretold (see HashIndex) behind it.
 
    static std::uint32_t positionIn(std::uint32_t slot) noexcept { return slot & positionMask; }

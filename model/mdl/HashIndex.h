@@ -155,14 +155,6 @@ class MDL_EXPORT HashIndex : private HashBits {
       void unpass(std::uint32_t group, std::uint32_t passClass) noexcept;
    };
 
-   /// Where a search starts and how it goes on. The step is odd, so that it visits every group.
-   struct Probe {
-      Probe(std::uint32_t hash, std::uint32_t groupMask) noexcept
-          : tag(tagOf(hash)), group(hash & groupMask), mask(groupMask) {}
-      void next() noexcept { group = (group + 2 * tag + 1) & mask; }
-      std::uint32_t tag, group, mask;
-   };
-
    /// A place of the directory. A search needs no more than this of a table.
    struct Place {
       TagGroup* tags;
