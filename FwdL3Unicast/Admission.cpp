@@ -18,9 +18,9 @@ Admission::Verdict Admission::ofInterface(Pkt::IntfId const& intfId,
    return vrf == L3::VrfName::defaultVrf() ? Verdict::admitted : Verdict::otherVrf;
 }
 
-bool Admission::excludes(Pkt::IntfId const& intfId, std::uint32_t family) const {
-   auto const* const set = group_.decapExcludeIntfSet().find({Pkt::emptyIntfId, family});
-   return set != nullptr && set->excludeIntf(intfId);
+bool Admission::excludes(Tunnel::Decap::DecapIntfKey const& intf) const {
+   auto const* const set = group_.decapExcludeIntfSet().find({Pkt::emptyIntfId, intf.family()});
+   return set != nullptr && set->excludeIntf(intf.intfId());
 }
 
 bool Admission::uses(Pkt::IntfId const& intfId, std::uint32_t family) const {
@@ -43,7 +43,8 @@ Admission::Verdict Admission::ofRole(Pkt::IntfId const& intfId, AddressRole role
 
 /// What is in the way of an interface for which no entry decides.
 Admission::Verdict Admission::withoutEntry(Pkt::IntfId const& intfId, std::uint32_t family) const {
-   bool const leftOut = group_.decapIntfHas({Pkt::emptyIntfId, family}) && excludes(intfId, family);
+   bool const leftOut =
+       group_.decapIntfHas({Pkt::emptyIntfId, family}) && excludes({intfId, family});
    return leftOut ? Verdict::excluded : Verdict::noEntry;
 }
 
@@ -51,7 +52,7 @@ Tunnel::Decap::DecapIntf const* Admission::decidingEntry(Pkt::IntfId const& intf
                                                          std::uint32_t family) const {
    if (auto const* const own = group_.decapIntf().find({intfId, family})) return own;
    auto const* const all = group_.decapIntf().find({Pkt::emptyIntfId, family});
-   return all != nullptr && excludes(intfId, family) ? nullptr : all;
+   return all != nullptr && excludes({intfId, family}) ? nullptr : all;
 }
 
 }  // namespace Fwd

@@ -44,8 +44,12 @@ class FWD_EXPORT Admission {
    /// The same without the VRF: neither a management nor an internal interface.
    static bool isFrontPanel(Pkt::IntfId const& intfId) noexcept;
 
-   /// Whether the all-interfaces entry of a family leaves the interface out.
-   bool excludes(Pkt::IntfId const& intfId, std::uint32_t family) const;
+   /// Whether the all-interfaces entry of its family leaves the interface out.
+   bool excludes(Tunnel::Decap::DecapIntfKey const& intf) const;
+   /// Whether the all-interfaces entry of its family, if there is one, decides for the interface.
+   bool isLeftToAll(Tunnel::Decap::DecapIntfKey const& intf) const {
+      return !group_.decapIntfHas(intf) && !excludes(intf);
+   }
 
    /// Whether the group uses the interface for a family, in whatever role.
    bool uses(Pkt::IntfId const& intfId, std::uint32_t family) const;

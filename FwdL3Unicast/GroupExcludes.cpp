@@ -26,7 +26,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArg
          if (settled.excludeIntf(intfId)) continue;
          DecapIntfKey const intf{intfId, decapIntfKey.family()};
          errors.attempt([&] { leaveStrays(intf); });
-         errors.attempt([&] { noteUnheard(intf); });
+         errors.attempt([&] { unheard_.note(intf); });
       }
    };
    DecapExcludeIntfSet const before = prevDecapExcludeIntfSet(decapIntfKey);
@@ -34,7 +34,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArg
    if (stateMachine->initializedAndReady()) {
       settle(before, DecapExcludeIntfSet());
       settle(prevDecapExcludeIntfSet(decapIntfKey), before);
-      errors.attempt([&] { deriveUnheard(decapIntfKey); });
+      errors.attempt([&] { unheard_.derive(decapIntfKey); });
    }
    errors.rethrow();
 }
@@ -172,6 +172,11 @@ Tunnel::Decap::DecapExcludeIntfSet FwdDecapGroupSm::MdlDecapGroup::prevDecapExcl
     DecapIntfKey const& decapIntfKey) const {
    auto const* const set = prevExclude_.find(decapIntfKey);
    return set != nullptr ? *set : DecapExcludeIntfSet(decapIntfKey);
+}
+
+bool FwdDecapGroupSm::MdlDecapGroup::wasExcluded(DecapIntfKey const& intf) const {
+   auto const* const set = prevExclude_.find({Pkt::emptyIntfId, intf.family()});
+   return set != nullptr && set->excludeIntf(intf.intfId());
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::prevDecapExcludeIntfSetIs(DecapIntfKey const& key,

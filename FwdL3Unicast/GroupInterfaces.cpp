@@ -19,7 +19,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleIntfEntry(DecapIntfKey const& keyArgu
    FirstException errors;
    errors.attempt([&] { handleUpdateIntf(decapIntfKey); });
    errors.attempt([&] { leaveStrays(decapIntfKey); });
-   errors.attempt([&] { deriveUnheard(decapIntfKey); });
+   errors.attempt([&] { unheard_.derive(decapIntfKey); });
    errors.rethrow();
 }
 
@@ -138,8 +138,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfAll(DecapIntfKey const& dec
       auto const& status = *entry.value;
       if (!Admission::takesPart(entry.key, status.vrf())) continue;
       DecapIntfKey const intf{entry.key, Pkt::familyIpv4};
-      if (watched->decapIntfHas(intf) || Admission(*watched).excludes(entry.key, intf.family())) {
-         errors.attempt([&] { noteUnheard(intf, decapIntfKey); });
+      if (!Admission(*watched).isLeftToAll(intf)) {
+         errors.attempt([&] { unheard_.note(intf, decapIntfKey); });
          continue;
       }
       errors.attempt(
@@ -211,7 +211,7 @@ void FwdDecapGroupSm::MdlDecapGroup::updateDecapKeyFromIntf(DecapIntfKey const& 
    if (admitted) return takeOrigin(key, origin);
    FirstException errors;
    errors.attempt([&] { leaveOrigin(key, origin); });
-   errors.attempt([&] { noteUnheard(HeldOrigins::interfaceOf(origin), decapIntfKey); });
+   errors.attempt([&] { unheard_.note(HeldOrigins::interfaceOf(origin), decapIntfKey); });
    errors.rethrow();
 }
 
@@ -233,8 +233,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfV6(DecapIntfKey const& deca
    for (auto const& entry : ip6->intf().walk()) {
       if (isMarkedForDeletion()) break;
       DecapIntfKey const intf{entry.key, Pkt::familyIpv6};
-      if (watched->decapIntfHas(intf) || Admission(*watched).excludes(entry.key, intf.family())) {
-         errors.attempt([&] { noteUnheard(intf, decapIntfKey); });
+      if (!Admission(*watched).isLeftToAll(intf)) {
+         errors.attempt([&] { unheard_.note(intf, decapIntfKey); });
          continue;
       }
       errors.attempt([&] { updateIntfIp6(decapIntfKey, *entry.value); });
@@ -308,9 +308,7 @@ void FwdDecapGroupSm::MdlDecapGroup::forEachIntfEntry(FirstException& errors, bo
       }
    }
    // Entries are applied one by one: those that came last had not been heard of by the first.
-   for (auto const& entry : unheard_.walk()) {
-      if (hasHeardOf(entry.key, {})) unheard_.erase(entry.hashed());
-   }
+   unheard_.dropHeard();
 }
 
 Mdl::Ptr<IntfAddressType> FwdDecapGroupSm::MdlDecapGroup::intfAddressType(

@@ -91,7 +91,7 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveEach(HeldOrigins::Origins const& held,
       // A reactor that was detached has no values, and finds the key by the origin.
       DecapKey const key = group() ? keyOf(origin.destination()) : DecapKey();
       errors.attempt([&] { leaveOrigin(key, origin); });
-      errors.attempt([&] { noteUnheard(HeldOrigins::interfaceOf(origin)); });
+      errors.attempt([&] { unheard_.note(HeldOrigins::interfaceOf(origin)); });
    }
    errors.rethrow();
 }

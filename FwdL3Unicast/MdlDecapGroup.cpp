@@ -7,7 +7,8 @@ namespace Fwd {
 FwdDecapGroupSm::MdlDecapGroup::MdlDecapGroup(Mdl::Ptr<DecapGroup const> const& group,
                                               FwdDecapGroupSm* stateMachine)
     : NotifieeConst(group), stateMachine_(stateMachine),
-      name_(group ? group->name() : Mdl::String()), nameHash_(name_.hash(Mdl::hashSeed32())) {
+      name_(group ? group->name() : Mdl::String()), nameHash_(name_.hash(Mdl::hashSeed32())),
+      unheard_(*this) {
    isRegisteredNotifieeIs(true);
    listIntfs();
 }

@@ -7,6 +7,7 @@
 #include "FwdL3Unicast/HeldOrigins.h"
 #include "FwdL3Unicast/IntfAddressType.h"
 #include "FwdL3Unicast/LoadedKeys.h"
+#include "FwdL3Unicast/UnheardIntfs.h"
 #include "tunnel/decap/DecapExcludeIntfSet.h"
 #include "tunnel/decap/DecapIntfKey.h"
 
@@ -132,8 +133,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    bool holds(AddressOrigin const& origin) const { return origins_.has(origin); }
    /// Takes and leaves what a named interface has, as the configuration says now.
    void deriveIntf(DecapIntfKey const& intf);
-   /// An address was refused, or passed over; perhaps by what the group has not heard of yet.
-   void noteUnheard(DecapIntfKey const& intf, DecapIntfKey const& handled = {});
+   /// Where to note an address that was refused, or passed over.
+   UnheardIntfs& unheard() noexcept { return unheard_; }
    /// Gives back whatever is held for an interface, wherever it came from.
    void leaveIntf(DecapIntfKey const& intf);
    /// Gives back what is held for an interface, the empty one for all of the family, and not called
@@ -151,6 +152,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void handleExcludeIntfStatusChange(DecapIntfKey const& decapIntfKey, bool excluded);
 
    DecapExcludeIntfSet prevDecapExcludeIntfSet(DecapIntfKey const& decapIntfKey) const;
+   /// Whether the exclude set that was followed last leaves the interface out.
+   bool wasExcluded(DecapIntfKey const& intf) const;
    void prevDecapExcludeIntfSetIs(DecapIntfKey const& key, DecapExcludeIntfSet const& set);
    void prevDecapExcludeIntfSetDel(DecapIntfKey const& key) { prevExclude_.erase(key); }
    void prevDecapExcludeIntfSetDelAll() { prevExclude_.clear(); }
@@ -210,8 +213,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void excludeIntfIp(Pkt::IntfId const& intfId, bool excluded, FirstException& errors);
    void excludeIntfIp6(Pkt::IntfId const& intfId, bool excluded, FirstException& errors);
    void followExcludeSets();
-   bool hasHeardOf(DecapIntfKey const& intf, DecapIntfKey const& handled) const;
-   void deriveUnheard(DecapIntfKey const& heard);
 
    void rekeyStale();
    template <class Rekeyed>
@@ -235,16 +236,15 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// The group's values changed while nobody could follow: its keys keep the old ones, each until
    /// it is derived anew.
    bool missedChanges_ = false;
-   /// The values that keys are made with, without a destination: those of which the group has
-   /// heard.
+   /// What keys are made with, without a destination: the values of which the group has heard.
    DecapKey heard_;
    GroupKeys<IntfKeyUse> fromIntf_;
    GroupKeys<PrefixKeyUse> fromIp_;
    Mdl::Collection<Pkt::IntfId, Mdl::Ptr<IntfAddressType>> intfAddressType_;
    Mdl::Collection<DecapIntfKey, DecapExcludeIntfSet> prevExclude_;
    HeldOrigins origins_;
-   Mdl::Collection<DecapIntfKey, bool> unheard_;  ///< decided on by what was not heard of
-   Mdl::Collection<DecapIntfKey, bool> listed_;   ///< interfaces that know it as a user
+   UnheardIntfs unheard_;
+   Mdl::Collection<DecapIntfKey, bool> listed_;  ///< interfaces that know it as a user
 };
 
 }  // namespace Fwd

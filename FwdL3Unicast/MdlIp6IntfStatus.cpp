@@ -80,7 +80,7 @@ void Reactor::handleAddr6WithMask(Pkt::Ip6AddrWithMask const& addrArgument) {
       if (isMarkedForDeletion() || status() != watched) return;
       // The group may have been changed by somebody who heard of this first.
       bool const admitted = Admission(group).uses(intfId_, Pkt::familyIpv6);
-      if (!admitted) errors.attempt([&] { reactor.noteUnheard({intfId_, Pkt::familyIpv6}); });
+      if (!admitted) errors.attempt([&] { reactor.unheard().note({intfId_, Pkt::familyIpv6}); });
       if (!admitted && !reactor.holds(origin)) return;
       // Whether it came or went is for the status to say, not for the notification.
       reactor.handleIpIntfStatusChange(prefix, !admitted || !watched->addrHas(addr), origin);

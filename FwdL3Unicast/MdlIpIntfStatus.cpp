@@ -150,7 +150,7 @@ void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstExcepti
       AddressOrigin const oldOrigin{intfId, role, old};
       // The group may have been changed by somebody who heard of this first.
       bool const admitted = Admission(group).admits(intfId, role);
-      if (!admitted) errors.attempt([&] { reactor.noteUnheard({intfId, Pkt::familyIpv4}); });
+      if (!admitted) errors.attempt([&] { reactor.unheard().note({intfId, Pkt::familyIpv4}); });
       if (!admitted && !reactor.holds(oldOrigin)) return;
       FirstException both;
       if (!oldAddr.isZero()) {
@@ -190,7 +190,7 @@ void Reactor::handleSecondaryAddrWithMask(Pkt::IpAddrWithMask const& addrArgumen
       // A hook may have put another status in the place of this one, which tells its own.
       if (isMarkedForDeletion() || status() != watched) return;
       bool const admitted = Admission(group).admits(intfId, AddressRole::secondary);
-      if (!admitted) errors.attempt([&] { reactor.noteUnheard({intfId, Pkt::familyIpv4}); });
+      if (!admitted) errors.attempt([&] { reactor.unheard().note({intfId, Pkt::familyIpv4}); });
       if (!admitted && !reactor.holds(origin)) return;
       // 2.
       FWD_TRACE_AS("handleSecondaryAddrWithMask", 2, " intf: " << intfId);
@@ -249,7 +249,7 @@ void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* 
          if (!isSucceeded()) withdrawFrom(reactor, addr, role, length, each);
       };
       // With its last address it is no longer a user of an interface whose entry has gone unheard.
-      each.attempt([&] { reactor.noteUnheard({intfId_, Pkt::familyIpv4}); });
+      each.attempt([&] { reactor.unheard().note({intfId_, Pkt::familyIpv4}); });
       leaveOne(primary, AddressRole::primary, Pkt::IpAddr::bits);
       for (auto const& entry : old.activeSecondaryWithMask().walkSorted()) {
          if (stays && next->activeSecondaryWithMaskHas(entry.key)) continue;
