@@ -41,11 +41,9 @@ class FWD_EXPORT SharedValues {
 
    bool isSame(std::uint32_t number, DecapKey const& key) const noexcept {
       Values const& values = values_[number];
-      unsigned const same = unsigned{values.srcIp == key.srcIp()} &
-                            unsigned{values.destPort == key.destPort()} &
-                            unsigned{values.tunnelType == key.tunnelType()} &
-                            unsigned{values.payloadType == key.payloadType()};
-      return same != 0 && values.forwardingVrf == key.forwardingVrf();
+      return asOne(values.destPort, values.tunnelType, values.payloadType) ==
+                 asOne(key.destPort(), key.tunnelType(), key.payloadType()) &&
+             values.srcIp == key.srcIp() && values.forwardingVrf == key.forwardingVrf();
    }
    /// The key of these values and this destination.
    DecapKey keyOf(std::uint32_t number, Pkt::IpGenPrefix const& dstIp) const noexcept {
@@ -69,6 +67,13 @@ class FWD_EXPORT SharedValues {
       std::uint32_t uses = 0;
       std::uint32_t hash = 0;  ///< while not in use, the next number that is not
    };
+
+   /// The three small ones as one number, which compilers load at once as they stand in memory.
+   static std::uint32_t asOne(std::uint16_t destPort, Tunnel::Decap::TunnelType tunnelType,
+                              Tunnel::Decap::PayloadType payloadType) noexcept {
+      return std::uint32_t{destPort} | static_cast<std::uint32_t>(tunnelType) << 16 |
+             static_cast<std::uint32_t>(payloadType) << 24;
+   }
 
    bool has(std::uint32_t number, DecapKey const& key) const noexcept {
       return values_[number].uses != 0 && isSame(number, key);
