@@ -31,18 +31,24 @@ void FwdDecapGroupSm::MdlDecapGroup::catchUp(FirstException& errors) {
          auto const watched = group();
          if (!watched || isMarkedForDeletion()) return;
          if (!Admission::takesPart(entry.key, entry.value->vrf())) continue;
-         if (!Admission(*watched).uses(entry.key, Pkt::familyIpv4)) continue;
-         errors.attempt([&] {
-            updateIntfIp({entry.key, Pkt::familyIpv4}, entry.value, true, true, true);
-         });
+         DecapIntfKey const intf{entry.key, Pkt::familyIpv4};
+         if (Admission(*watched).uses(entry.key, Pkt::familyIpv4)) {
+            errors.attempt([&] { updateIntfIp(intf, entry.value, true, true, true); });
+         } else {
+            errors.attempt([&] { unheard_.note(intf); });
+         }
       }
    }
    if (auto const ip6 = stateMachine->ip6Status()) {
       for (auto const& entry : ip6->intf().walk()) {
          auto const watched = group();
          if (!watched || isMarkedForDeletion()) return;
-         if (!Admission(*watched).uses(entry.key, Pkt::familyIpv6)) continue;
-         errors.attempt([&] { updateIntfIp6({entry.key, Pkt::familyIpv6}, *entry.value); });
+         DecapIntfKey const intf{entry.key, Pkt::familyIpv6};
+         if (Admission(*watched).uses(entry.key, Pkt::familyIpv6)) {
+            errors.attempt([&] { updateIntfIp6(intf, *entry.value); });
+         } else {
+            errors.attempt([&] { unheard_.note(intf); });
+         }
       }
    }
 }
@@ -50,9 +56,10 @@ void FwdDecapGroupSm::MdlDecapGroup::catchUp(FirstException& errors) {
 void FwdDecapGroupSm::MdlDecapGroup::resume() {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   if (!stateMachine || !stateMachine->initializedAndReady() || !following_) return;
+   if (!stateMachine || !following_) return;
    FirstException errors;
-   catchUp(errors);
+   // Prefixes are followed at any time, interfaces when the machine is initialized again.
+   if (stateMachine->initializedAndReady()) catchUp(errors);
    for (auto const& entry : fromIp_.walk()) {
       if (isMarkedForDeletion() || !group()) break;
       bool const isCalledFor = isConfigured(entry.key.dstIp()) || anotherCallsFor(entry.key);

@@ -12,10 +12,10 @@ namespace Fwd {
 using Tunnel::Decap::AddressType;
 using Tunnel::Decap::TunnelType;
 
-/// An exclude set came, went or changed. A hook that changes it again while the change is followed
-/// is compared with the same old set, so what it leaves out is given back here, and interfaces
-/// that were decided on without the set are looked at again; while the machine is not initialized,
-/// later, with all that it missed.
+/// An exclude set came, went or changed. A hook may change it again while the change is followed,
+/// so what is left out in the end is given back here, and interfaces that were decided on without
+/// the set are looked at again; while the machine is not initialized, later, with all that it
+/// missed.
 void FwdDecapGroupSm::MdlDecapGroup::handleExcludeSet(DecapIntfKey const& keyArgument) {
    Mdl::Ptr<MdlDecapGroup> const self(this);
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
@@ -56,6 +56,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateExcludeIntf(DecapIntfKey const&
       // 4.
       DecapExcludeIntfSet const now = watched->decapExcludeIntfSet(decapIntfKey);
       DecapExcludeIntfSet const before = prevDecapExcludeIntfSet(decapIntfKey);
+      // A hook that changes the set back is to find a change.
+      errors.attempt([&] { prevDecapExcludeIntfSetIs(decapIntfKey, now); });
       // 5.
       auto const changed = [&](DecapExcludeIntfSet const& in, DecapExcludeIntfSet const& notIn,
                                bool excluded) {
@@ -111,9 +113,10 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp(Pkt::IntfId const& intfId, bo
    // The current addresses are the recorded ones from here on, so that the next change withdraws
    // the right ones.
    errors.attempt([&] { reactor->catchUp(); });
+   // A hook may have taken the interface, whose next status is followed by then.
+   auto const isCurrent = [&] { return group() && stateMachine->ipIntfStatus(intfId) == status; };
    auto const apply = [&](Pkt::IpAddr addr, AddressRole role, std::uint32_t length) {
-      // A hook may have taken the interface, whose next status is followed by then.
-      if (!group() || stateMachine->ipIntfStatus(intfId) != status) return;
+      if (!isCurrent()) return;
       if (Admission(*group()).admits(intfId, role) == excluded) return;
       errors.attempt([&] {
          handleIpIntfStatusChange(Pkt::IpGenPrefix(addr), excluded,
@@ -121,7 +124,7 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp(Pkt::IntfId const& intfId, bo
       });
    };
    Pkt::IpAddr const primary = status->addrWithMask().addr();
-   if (!primary.isZero()) {
+   if (!primary.isZero() && isCurrent()) {
       errors.attempt([&] { stateMachine->decapIntfIpIs(intfId)->primaryIpIs(primary); });
       apply(primary, AddressRole::primary, Pkt::IpAddr::bits);
    }
@@ -131,7 +134,7 @@ void FwdDecapGroupSm::MdlDecapGroup::excludeIntfIp(Pkt::IntfId const& intfId, bo
       if (!entry.key.isZero()) apply(entry.key.addr(), AddressRole::secondary, entry.key.length());
    }
    Pkt::IpAddr const virtualAddr = status->virtualIp();
-   if (!virtualAddr.isZero()) {
+   if (!virtualAddr.isZero() && isCurrent()) {
       errors.attempt([&] { stateMachine->decapIntfIpIs(intfId)->virtualIpIs(virtualAddr); });
       apply(virtualAddr, AddressRole::virtualIp, Pkt::IpAddr::bits);
    }

@@ -52,6 +52,9 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntf(DecapIntfKey const& keyArg
    FWD_TRACE(2, "handleUpdateIntf" << decapIntfKey << " address-type : " << record->addrType()
                                    << " tunnelType: " << record->tunnelType()
                                    << " update : " << update);
+   // While its addresses are given back an entry that is gone does not pass for applied: a hook
+   // may configure it again.
+   if (!watched->decapIntfHas(decapIntfKey)) record->tunnelTypeIs(TunnelType::unknown);
    try {
       if (intfId == Pkt::emptyIntfId) {
          // 7. In part may be any part: all roles are looked at then.
@@ -104,13 +107,9 @@ bool FwdDecapGroupSm::MdlDecapGroup::applyNamedEntry(DecapIntfKey const& decapIn
    auto const status = ip ? ip->ipIntfStatus(decapIntfKey.intfId()) : nullptr;
    stateMachine_->decapIntfIpIs(decapIntfKey.intfId());
    if (!status) return true;
-   if (status->vrf() != L3::VrfName::defaultVrf()) {
-      // The record of an interface outside the default VRF stays, deliberately. Without its tunnel
-      // type it does not pass for applied when the entry is configured again.
-      auto const record = intfAddressType(decapIntfKey.intfId());
-      if (record && !group()->decapIntfHas(decapIntfKey)) record->tunnelTypeIs(TunnelType::unknown);
-      return false;
-   }
+   // The record of an interface outside the default VRF stays, deliberately. Without its tunnel
+   // type it does not pass for applied when the entry is configured again.
+   if (status->vrf() != L3::VrfName::defaultVrf()) return false;
    // 9., 10. Admission decides for each address, by this entry while it exists and by the
    //         all-interfaces entry from then on. So an entry that comes takes the interface over,
    //         one that changes its type gains or loses the secondary and virtual addresses, and
@@ -139,7 +138,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfAll(DecapIntfKey const& dec
       if (!Admission::takesPart(entry.key, status.vrf())) continue;
       DecapIntfKey const intf{entry.key, Pkt::familyIpv4};
       if (!Admission(*watched).isLeftToAll(intf)) {
-         errors.attempt([&] { unheard_.note(intf, decapIntfKey); });
+         errors.attempt([&] { unheard_.note(intf); });
          continue;
       }
       errors.attempt(
@@ -153,6 +152,7 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp(DecapIntfKey const& decapIntfK
                                                   bool primaryIp, bool secondaryIp,
                                                   bool virtualIp) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
+   if (!stateMachine) return;  // who watches the machine's records may have removed the group
    Pkt::IntfId const& intfId = status->intfId();
    FirstException errors;
    // A hook may have put the group to rest, or taken its type, or the interface, whose next status
@@ -208,11 +208,11 @@ void FwdDecapGroupSm::MdlDecapGroup::updateDecapKeyFromIntf(DecapIntfKey const& 
    bool const admitted = origin.role == AddressRole::unnamed
                              ? watched->decapIntfHas(decapIntfKey)
                              : Admission(*watched).admits(origin.intfId, origin.role);
-   if (admitted) return takeOrigin(key, origin);
-   FirstException errors;
-   errors.attempt([&] { leaveOrigin(key, origin); });
-   errors.attempt([&] { unheard_.note(HeldOrigins::interfaceOf(origin), decapIntfKey); });
-   errors.rethrow();
+   if (admitted) {
+      takeOrigin(key, origin);
+   } else {
+      leaveOrigin(key, origin);
+   }
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfV6(DecapIntfKey const& decapIntfKey) {
@@ -234,7 +234,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateIntfV6(DecapIntfKey const& deca
       if (isMarkedForDeletion()) break;
       DecapIntfKey const intf{entry.key, Pkt::familyIpv6};
       if (!Admission(*watched).isLeftToAll(intf)) {
-         errors.attempt([&] { unheard_.note(intf, decapIntfKey); });
+         errors.attempt([&] { unheard_.note(intf); });
          continue;
       }
       errors.attempt([&] { updateIntfIp6(decapIntfKey, *entry.value); });

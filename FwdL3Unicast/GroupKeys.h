@@ -75,6 +75,7 @@ class GroupKeys {
    /// The entry of one key, for a function in which hook calls may change the set.
    using Entry = Mdl::Lookup<Keys>;
 
+   bool empty() const noexcept { return keys_.empty(); }
    auto walk() const { return keys_.walk(); }
 
    Entry at(HashedKey const& key) { return keys_.lookup(key); }

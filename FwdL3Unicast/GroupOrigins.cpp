@@ -30,12 +30,16 @@ void FwdDecapGroupSm::MdlDecapGroup::takeOrigin(DecapKey const& keyOfNow,
 void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
                                                  AddressOrigin const& origin) {
    DecapKey const heldKey = keyOfOrigin(keyOfNow, origin);
-   origins_.remove(origin);
-   listIntf(HeldOrigins::interfaceOf(origin));
+   DecapIntfKey const intf = HeldOrigins::interfaceOf(origin);
    FirstException errors;
+   // Noted first: a hook that is called for the address may take back what it is left for, and with
+   // its last address the group is no longer a user of an interface whose entry has gone unheard.
+   errors.attempt([&] { unheard_.note(intf); });
+   origins_.remove(origin);
+   listIntf(intf);
    errors.attempt([&] { leaveOriginAt(heldKey, origin); });
-   if (rekeyDepth_ != 0) {
-      // It may stand under its old key and the new one, unless a hook has brought it back.
+   if (rekeyDepth_ != 0 || missedChanges_) {
+      // It may stand under its old key and a new one, unless a hook has brought it back.
       for (auto const& entry : fromIntf_.walk()) {
          if (origins_.has(origin)) break;
          if (entry.value.hasOrigin(origin)) {
@@ -91,13 +95,14 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveEach(HeldOrigins::Origins const& held,
       // A reactor that was detached has no values, and finds the key by the origin.
       DecapKey const key = group() ? keyOf(origin.destination()) : DecapKey();
       errors.attempt([&] { leaveOrigin(key, origin); });
-      errors.attempt([&] { unheard_.note(HeldOrigins::interfaceOf(origin)); });
    }
    errors.rethrow();
 }
 
-void FwdDecapGroupSm::MdlDecapGroup::leaveIntf(DecapIntfKey const& intf) {
-   leaveEach(origins_.of(intf), [](AddressOrigin const&) { return true; });
+void FwdDecapGroupSm::MdlDecapGroup::leaveIntf(DecapIntfKey const& intf,
+                                               std::function<bool()> const& onlyStrays) {
+   leaveEach(origins_.of(intf),
+             [&](AddressOrigin const& origin) { return !onlyStrays() || isStray(origin); });
 }
 
 void FwdDecapGroupSm::MdlDecapGroup::leaveStrays(DecapIntfKey const& intf) {
@@ -106,8 +111,9 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveStrays(DecapIntfKey const& intf) {
    leaveEach(allIntfs ? origins_.of(intf.family()) : origins_.of(intf), stray);
 }
 
-/// Whether the interface does not have the address in that role, or the group does not admit it. A
-/// group that a hook has put to rest has given everything back.
+/// Whether the interface does not have the address in that role, or the group does not admit it. As
+/// for what is taken, it is the status that counts, heard of or not. A group that a hook has put to
+/// rest has given everything back.
 bool FwdDecapGroupSm::MdlDecapGroup::isStray(AddressOrigin const& origin) const {
    auto const watched = group();
    // Whoever reported an address without saying why takes it back.
@@ -115,11 +121,13 @@ bool FwdDecapGroupSm::MdlDecapGroup::isStray(AddressOrigin const& origin) const 
    if (!Admission(*watched).admits(origin.intfId, origin.role)) return true;
    Pkt::IpGenPrefix const& address = origin.address;
    if (origin.role == AddressRole::ip6) {
-      auto const status = stateMachine_->ip6IntfStatus(origin.intfId);
+      auto const ip6 = stateMachine_->ip6Status();
+      auto const status = ip6 ? ip6->intf(origin.intfId) : nullptr;
       return !status || !Admission::takesPart(origin.intfId, status->vrf()) ||
              !status->addrHas(Pkt::Ip6AddrWithMask(address.ip6Addr(), address.length()));
    }
-   auto const status = stateMachine_->ipIntfStatus(origin.intfId);
+   auto const ip = stateMachine_->ipStatus();
+   auto const status = ip ? ip->ipIntfStatus(origin.intfId) : nullptr;
    if (!status || !Admission::takesPart(origin.intfId, status->vrf())) return true;
    if (origin.role == AddressRole::primary)
       return status->addrWithMask().addr() != address.ipAddr();

@@ -28,12 +28,17 @@ void FwdDecapGroupSm::decapGroupIs(Mdl::Ptr<DecapGroup const> const& groupArgume
    Mdl::Ptr<DecapGroup const> const group = groupArgument;
    // 2.
    auto reactor = mdlDecapGroup(group->name());
+   // One that a hook has taken out meanwhile stays at rest.
+   auto const passOnRest = [&] {
+      if (mdlDecapGroup(group->name()) == reactor)
+         reactor->mdlDoZombieReactors(isMarkedForDeletion());
+   };
    if (reactor) {
       // 3.
       if (reactor->notifier() == group) return;
       reactor->notifierIs(group);
       // 5.
-      reactor->mdlDoZombieReactors(isMarkedForDeletion());
+      passOnRest();
       return;
    }
    // 4.
@@ -43,7 +48,7 @@ void FwdDecapGroupSm::decapGroupIs(Mdl::Ptr<DecapGroup const> const& groupArgume
    mdlDecapGroup_.insertOrAssign(group->name(), reactor);
    notify(memberId::mdlDecapGroup, &group->name());
    // 5. A reactor made while the state machine is being torn down starts at rest.
-   reactor->mdlDoZombieReactors(isMarkedForDeletion());
+   passOnRest();
    // The group's first keys: nothing else produces them for a group that arrives populated.
    reactor->produceKeys();
 }

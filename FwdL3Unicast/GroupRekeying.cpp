@@ -28,7 +28,8 @@ void FwdDecapGroupSm::MdlDecapGroup::handleUpdateType() {
    listIntfs();
    if (!overtaken()) forgetAll(fromIp_, errors);
    if (!overtaken()) {
-      missedChanges_ = false;
+      // What a hook has taken meanwhile may have missed a change, too.
+      if (fromIntf_.empty() && fromIp_.empty()) missedChanges_ = false;
       if (group()) heard_ = keyOf({});
       intfAddressTypeDelAll();
       errors.attempt([&] { followExcludeSets(); });

@@ -13,6 +13,12 @@ namespace Fwd {
 
 namespace {
 
+template <class Registry>
+auto reactorOf(Registry const& registry, Pkt::IntfId const& intfId) {
+   auto const* const reactor = registry.find(intfId);
+   return reactor == nullptr ? typename Registry::Value() : *reactor;
+}
+
 /// Finds or creates the reactor of a status, under the status's interface. `created` is told of a
 /// new one before it looks at any address.
 template <class Reactor, class Registry, class Status, class Created>
@@ -33,8 +39,11 @@ Mdl::Ptr<Reactor> reactorIs(FwdDecapGroupSm& stateMachine, Registry& registry,
       // while its first keys are programmed is heard, and one that throws does not lose it.
       errors.attempt([&] { reactor->evaluate(); });
    }
-   bool const leaving = stateMachine.isMarkedForDeletion() || status->isMarkedForDeletion();
-   errors.attempt([&] { reactor->mdlDoZombieReactors(leaving); });
+   // One that a hook has taken out meanwhile stays at rest.
+   if (reactorOf(registry, status->intfId()) == reactor) {
+      bool const leaving = stateMachine.isMarkedForDeletion() || status->isMarkedForDeletion();
+      errors.attempt([&] { reactor->mdlDoZombieReactors(leaving); });
+   }
    errors.rethrow();
    return reactor;
 }
@@ -54,12 +63,6 @@ bool reactorDel(Registry& registry, Pkt::IntfId const& intfId) {
    } const detachAtEnd{*reactor};
    reactor->mdlDoZombieReactors(true);
    return true;
-}
-
-template <class Registry>
-auto reactorOf(Registry const& registry, Pkt::IntfId const& intfId) {
-   auto const* const reactor = registry.find(intfId);
-   return reactor == nullptr ? typename Registry::Value() : *reactor;
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "tunnel/decap/DecapIntfKey.h"
 
 #include <cstdint>
+#include <functional>
 
 namespace Fwd {
 
@@ -63,8 +64,7 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    /// Brings a group that was replayed before in line with values, entries and addresses that
    /// changed while nobody could follow. A key that is right already stays untouched.
    void catchUp(FirstException& errors);
-   /// The same for a group that was out of the configuration and is in again before anybody could
-   /// tell: prefixes too.
+   /// The same for a group that was out of the configuration unheard: its prefixes, too.
    void resume();
    /// Runs the handlers of all attributes, as after a new notifier.
    void produceKeys();
@@ -135,8 +135,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void deriveIntf(DecapIntfKey const& intf);
    /// Where to note an address that was refused, or passed over.
    UnheardIntfs& unheard() noexcept { return unheard_; }
-   /// Gives back whatever is held for an interface, wherever it came from.
-   void leaveIntf(DecapIntfKey const& intf);
+   /// Gives back what is held for an interface; what is called for now stays while `onlyStrays()`.
+   void leaveIntf(DecapIntfKey const& intf, std::function<bool()> const& onlyStrays);
    /// Gives back what is held for an interface, the empty one for all of the family, and not called
    /// for now.
    void leaveStrays(DecapIntfKey const& intf);

@@ -35,16 +35,20 @@ void FwdDecapGroupSm::MdlIp6Status::onAttribute(Mdl::AttributeId attribute, void
    auto const watched = status();
    if (isMarkedForDeletion() || !watched || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   auto const& intfId = *static_cast<Pkt::IntfId const*>(key);
-   if (auto const intfStatus = watched->intf(intfId)) {
-      if (stateMachine->ip6IntfStatus(intfId) == intfStatus) {
-         deriveReturned(*stateMachine, {intfId, Pkt::familyIpv6});
+   Tunnel::Decap::DecapIntfKey const intf{*static_cast<Pkt::IntfId const*>(key), Pkt::familyIpv6};
+   FirstException errors;
+   errors.attempt([&] {
+      auto const intfStatus = watched->intf(intf.intfId());
+      if (!intfStatus) {
+         stateMachine->ip6IntfStatusDel(intf.intfId());
+      } else if (stateMachine->ip6IntfStatus(intf.intfId()) == intfStatus) {
+         deriveReturned(*stateMachine, intf);
       } else {
          stateMachine->ip6IntfStatusIs(intfStatus);
       }
-   } else {
-      stateMachine->ip6IntfStatusDel(intfId);
-   }
+   });
+   errors.attempt([&] { leaveStraysOf(*stateMachine, intf); });
+   errors.rethrow();
 }
 
 }  // namespace Fwd

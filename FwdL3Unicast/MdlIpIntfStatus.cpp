@@ -142,10 +142,13 @@ void Reactor::handleVirtualAddrWithMask() {
 /// unchanged address is withdrawn and added again, deliberately. Prefixes are host prefixes; the
 /// mask of the interface address plays no part.
 void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstException& errors) {
+   if (stateMachine_ == nullptr) return;  // a hook, or who watches the record, removed it
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    auto const watched = status();
    Pkt::IntfId const& intfId = watched->intfId();
    auto const replace = [&](DecapGroup const& group, MdlDecapGroup& reactor) {
+      // A hook may have put another status in the place of this one, which has told its own.
+      if (isMarkedForDeletion() || status() != watched) return;
       Pkt::IpGenPrefix const old(oldAddr);
       AddressOrigin const oldOrigin{intfId, role, old};
       // The group may have been changed by somebody who heard of this first.
@@ -248,8 +251,6 @@ void Reactor::withdrawLost(Ip::IpIntfStatus const& old, Ip::IpIntfStatus const* 
       auto const leaveOne = [&](Pkt::IpAddr addr, AddressRole role, std::uint32_t length) {
          if (!isSucceeded()) withdrawFrom(reactor, addr, role, length, each);
       };
-      // With its last address it is no longer a user of an interface whose entry has gone unheard.
-      each.attempt([&] { reactor.unheard().note({intfId_, Pkt::familyIpv4}); });
       leaveOne(primary, AddressRole::primary, Pkt::IpAddr::bits);
       for (auto const& entry : old.activeSecondaryWithMask().walkSorted()) {
          if (stays && next->activeSecondaryWithMaskHas(entry.key)) continue;

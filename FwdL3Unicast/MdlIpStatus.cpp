@@ -35,16 +35,20 @@ void FwdDecapGroupSm::MdlIpStatus::onAttribute(Mdl::AttributeId attribute, void 
    auto const watched = status();
    if (isMarkedForDeletion() || !watched || stateMachine_ == nullptr) return;
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
-   auto const& intfId = *static_cast<Pkt::IntfId const*>(key);
-   if (auto const intfStatus = watched->ipIntfStatus(intfId)) {
-      if (stateMachine->ipIntfStatus(intfId) == intfStatus) {
-         deriveReturned(*stateMachine, {intfId, Pkt::familyIpv4});
+   Tunnel::Decap::DecapIntfKey const intf{*static_cast<Pkt::IntfId const*>(key), Pkt::familyIpv4};
+   FirstException errors;
+   errors.attempt([&] {
+      auto const intfStatus = watched->ipIntfStatus(intf.intfId());
+      if (!intfStatus) {
+         stateMachine->ipIntfStatusDel(intf.intfId());
+      } else if (stateMachine->ipIntfStatus(intf.intfId()) == intfStatus) {
+         deriveReturned(*stateMachine, intf);
       } else {
          stateMachine->ipIntfStatusIs(intfStatus);
       }
-   } else {
-      stateMachine->ipIntfStatusDel(intfId);
-   }
+   });
+   errors.attempt([&] { leaveStraysOf(*stateMachine, intf); });
+   errors.rethrow();
 }
 
 }  // namespace Fwd

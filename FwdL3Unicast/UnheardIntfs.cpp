@@ -7,17 +7,17 @@ namespace Fwd {
 
 using Tunnel::Decap::TunnelType;
 
-void UnheardIntfs::note(DecapIntfKey const& intf, DecapIntfKey const& handled) {
-   if (!hasHeardOf(intf, handled)) noted_.tryInsert(intf, true);
+void UnheardIntfs::note(DecapIntfKey const& intf) {
+   if (!hasHeardOf(intf)) noted_.tryInsert(intf, true);
 }
 
 /// Whether what was last applied is what the configuration says of an interface. IPv6 entries leave
 /// no record and need none: whatever is heard of them is applied anew.
-bool UnheardIntfs::hasHeardOf(DecapIntfKey const& intf, DecapIntfKey const& handled) const {
+bool UnheardIntfs::hasHeardOf(DecapIntfKey const& intf) const {
    auto const watched = group_.group();
    if (!watched) return true;
    auto const isRecorded = [&](DecapIntfKey const& key) {
-      if (key.family() != Pkt::familyIpv4 || key == handled) return true;
+      if (key.family() != Pkt::familyIpv4) return true;
       auto const* const entry = watched->decapIntf().find(key);
       auto const record = group_.intfAddressType(key.intfId());
       // Without its tunnel type a record may outlive the entry.
@@ -36,7 +36,6 @@ void UnheardIntfs::derive(DecapIntfKey const& heard) {
       if (!concerns || intf.family() != heard.family()) continue;
       noted_.erase(entry.hashed());
       errors.attempt([&] { group_.deriveIntf(intf); });
-      errors.attempt([&] { note(intf); });
    }
    errors.rethrow();
 }

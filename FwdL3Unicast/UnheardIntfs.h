@@ -21,9 +21,8 @@ class UnheardIntfs {
    explicit UnheardIntfs(FwdDecapGroupSm::MdlDecapGroup& group) noexcept : group_(group) {}
 
    /// An address was refused, or passed over: notes its interface if the configuration says of it
-   /// what the group has not heard. `handled` is the entry that is just being followed: of that one
-   /// it has.
-   void note(DecapIntfKey const& intf, DecapIntfKey const& handled = {});
+   /// what the group has not heard.
+   void note(DecapIntfKey const& intf);
 
    /// Something was heard of an entry or an exclude set, and followed: derives the interfaces anew
    /// that it concerns. Those of which there is more to hear stay noted.
@@ -33,7 +32,7 @@ class UnheardIntfs {
    void dropHeard();
 
  private:
-   bool hasHeardOf(DecapIntfKey const& intf, DecapIntfKey const& handled = {}) const;
+   bool hasHeardOf(DecapIntfKey const& intf) const;
 
    FwdDecapGroupSm::MdlDecapGroup& group_;
    Mdl::Collection<DecapIntfKey, bool> noted_;

@@ -12,4 +12,12 @@ void deriveReturned(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey c
    errors.rethrow();
 }
 
+void leaveStraysOf(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf) {
+   // A restart that leaves hardware as it is leaves also this.
+   if (!stateMachine.initializedAndReady() || stateMachine.disableCleanupOnRestart()) return;
+   FirstException errors;
+   leaveRest(stateMachine, intf, errors, [] { return true; });
+   errors.rethrow();
+}
+
 }  // namespace Fwd

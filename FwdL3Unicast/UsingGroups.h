@@ -38,23 +38,25 @@ void forEachUser(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey cons
    }
 }
 
-/// For an interface that was away before anybody could hear of it, and is back with the status that
-/// it had: what its groups were told meanwhile they followed without it.
+/// For an interface that was away before the machine heard of it, and is back with the status that
+/// it had: what its groups were told meanwhile they followed without it. Takes, and gives nothing
+/// back.
 void deriveReturned(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf);
+
+/// For an interface that came, went or got another status: has its groups give back what is not
+/// called for. They may have taken addresses of a status that was there before the machine heard of
+/// it, and has gone again.
+void leaveStraysOf(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf);
 
 /// Has the groups give back what they hold for an interface, wherever it came from; while
 /// `onlyStrays()`, what is not called for now.
 template <class OnlyStrays>
 void leaveRest(FwdDecapGroupSm& stateMachine, Tunnel::Decap::DecapIntfKey const& intf,
                FirstException& errors, OnlyStrays const& onlyStrays) {
-   auto const leave = [&](Tunnel::Decap::DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) {
-      if (onlyStrays()) {
-         group.leaveStrays(intf);
-      } else {
-         group.leaveIntf(intf);
-      }
-   };
-   forEachUser(stateMachine, intf, errors, leave);
+   forEachUser(stateMachine, intf, errors,
+               [&](Tunnel::Decap::DecapGroup const&, FwdDecapGroupSm::MdlDecapGroup& group) {
+                  group.leaveIntf(intf, onlyStrays);
+               });
 }
 
 }  // namespace Fwd

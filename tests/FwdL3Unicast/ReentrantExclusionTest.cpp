@@ -1,3 +1,4 @@
+#include "support/FirstToHear.h"
 #include "support/InterfaceFixture.h"
 
 namespace {
@@ -37,6 +38,38 @@ TEST_F(ReentrantExclusion, TheInterfaceGivesWayToAnother) {
    whenExcluded("red", {});
    thenDestinations({"10.0.0.3/32"});
    thenCalls({programs("10.0.0.1/32"), programs("10.0.0.3/32"), removes("10.0.0.1/32")});
+}
+
+// What the old status had is not recorded as if it were the new one's, whose next change withdraws
+// what is recorded.
+
+TEST_F(ReentrantExclusion, TheInterfaceGivesWayToAnotherWithAVirtualAddress) {
+   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {"10.0.0.2/24"}, true);
+   givenOneLeftOut(ipv4);
+   IntfStatus other;
+   during(2, [&] { other = givenInterfaceWith("Ethernet1", "10.0.0.3/24", {}, true); });
+   whenExcluded("red", {});
+   thenDestinations({"10.0.0.3/32"});
+   other->virtualAddrIs(false);
+   whenPrimaryIs(other, "10.0.0.4/24");
+   thenDestinations({"10.0.0.4/32"});
+}
+
+// The other group has the primary address replaced that the machine has not heard of yet; in that
+// call the interface gives way.
+TEST_F(ReentrantExclusion, TheInterfaceGivesWayBeforeItsPrimaryAddressIsLookedAt) {
+   auto const ethernet1 = givenInterface("Ethernet1", "10.0.0.1/24");
+   givenGroup("tan", {.port = 6081});
+   whenDecapIntfAdded("tan", "Ethernet1");
+   Support::FirstToHear watcher({ethernet1});
+   givenOneLeftOut(ipv4);
+   IntfStatus other;
+   hardware->duringRemoval(1, [&] { other = givenInterface("Ethernet1", "10.0.0.3/24"); });
+   watcher.nextIs([&] { whenExcluded("red", {}); });
+   whenPrimaryIs(ethernet1, "10.0.0.2/24");
+   thenHardware({entry("10.0.0.3/32"), entry("10.0.0.3/32", "default", 6081)});
+   whenPrimaryIs(other, "10.0.0.4/24");
+   thenHardware({entry("10.0.0.4/32"), entry("10.0.0.4/32", "default", 6081)});
 }
 
 TEST_F(ReentrantExclusion, TheIpv6InterfaceGoes) {

@@ -11,7 +11,7 @@ namespace {
 /// takes the first one back: the group has followed the others by what it had not heard of.
 class UnheardEntries : public InterfaceFixture {
  protected:
-   UnheardEntries() : watcher_({givenGroup("red"), ip}) {}
+   UnheardEntries() : watcher_({givenGroup("red"), ip, config}) {}
 
    void meanwhile(std::function<void()> act) { watcher_.nextIs(std::move(act)); }
 
@@ -156,6 +156,96 @@ TEST_F(UnheardEntries, AnInterfaceThatReturnsWaitsUntilTheMachineIsInitialized) 
    thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
 }
 
+// It follows no entry then: that the interface's own one is not heard of yet counts.
+
+TEST_F(UnheardEntries, AnInterfaceThatReturnedWithoutItsEntryIsTakenWithIt) {
+   auto const intf1 = givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   givenRunning();
+   meanwhile([&] {
+      meanwhile([&] { ip->ipIntfStatusIs(intf1); });
+      whenInterfaceRemoved("Ethernet1");
+      thenDestinations({});
+      whenDecapIntfAdded("red", "Ethernet1", all);
+   });
+   whenDecapIntfRemoved("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32"});
+}
+
+TEST_F(UnheardEntries, AnInterfaceThatReturnedUnderAnotherTypeIsTakenWhole) {
+   auto const intf1 = givenInterfaceWith("Ethernet1", "10.0.0.1/24", {"10.0.0.2/24"});
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   givenRunning();
+   meanwhile([&] {
+      meanwhile([&] { ip->ipIntfStatusIs(intf1); });
+      whenInterfaceRemoved("Ethernet1");
+      whenDecapIntfAdded("red", "Ethernet1", all);
+   });
+   whenDecapIntfAdded("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+}
+
+// So it is when a group, or the machine, makes up for what it missed.
+
+TEST_F(UnheardEntries, AGroupThatReturnsMakesUpForWhatItsEntryOfNowLeavesOut) {
+   auto const intf1 = givenInterface("Ethernet1", "10.0.0.1/24");
+   auto const red = config->decapGroup(Mdl::String("red"));
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   givenRunning();
+   meanwhile([&] {
+      meanwhile([&] {
+         whenSecondaryAdded(intf1, "10.0.0.2/24");
+         config->decapGroupIs(red);
+      });
+      config->decapGroupDel(red->name());
+      whenDecapIntfAdded("red", "Ethernet1", all);
+   });
+   whenDecapIntfAdded("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+}
+
+TEST_F(UnheardEntries, AMachineMakesUpForWhatTheEntryOfNowLeavesOut) {
+   auto const intf1 = givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   givenRunning();
+   meanwhile([&] {
+      sm->initializedIs(false);
+      whenSecondaryAdded(intf1, "10.0.0.2/24");
+      sm->initializedIs(true);
+      whenDecapIntfAdded("red", "Ethernet1", all);
+   });
+   whenDecapIntfAdded("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32", "10.0.0.2/32"});
+}
+
+TEST_F(UnheardEntries, AMachineMakesUpForWhatNoEntryAsksForNow) {
+   auto const intf1 = givenInterface("Ethernet1", "");
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   givenRunning();
+   meanwhile([&] {
+      sm->initializedIs(false);
+      whenSecondaryAdded(intf1, "10.0.0.2/24");
+      sm->initializedIs(true);
+      whenDecapIntfAdded("red", "Ethernet1", all);
+   });
+   whenDecapIntfRemoved("red", "Ethernet1");
+   thenDestinations({"10.0.0.2/32"});
+}
+
+TEST_F(UnheardEntries, AMachineMakesUpForIpv6AddressesThatAreExcludedNow) {
+   auto const intf1 = givenInterface6("Ethernet1", {"2001:db8::1/64"});
+   whenDecapIntfAdded("red", "", all, ipv6);
+   givenRunning();
+   meanwhile([&] {
+      sm->initializedIs(false);
+      whenAddress6Added(intf1, "2001:db8::2/64");
+      sm->initializedIs(true);
+      whenExcluded("red", {}, ipv6);
+   });
+   whenExcluded("red", {"Ethernet1"}, ipv6);
+   thenDestinations({"2001:db8::1/128", "2001:db8::2/128"});
+}
+
 // What has been heard of is followed once.
 
 TEST_F(UnheardEntries, WhatWasHeardOfAtTheReplayIsNotDerivedAgain) {
@@ -203,6 +293,23 @@ TEST_F(UnheardEntries, AnEntryThatGoesIsFollowedOnce) {
    forgetSoFar();
    whenDecapIntfRemoved("red", "Ethernet1");
    EXPECT_EQ(tracesOf("updateDecapKeyFromIntf").size(), 1U);
+}
+
+// The new status takes the virtual address back that the last one had, though the group, which has
+// the key from another interface, no longer holds it.
+TEST_F(UnheardEntries, AnInterfaceThatReturnsWithoutItsVirtualAddressIsTaken) {
+   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {}, true);
+   givenInterface("Ethernet2", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   whenDecapIntfAdded("red", "Ethernet2", all);
+   givenRunning();
+   whenInterfaceRemoved("Ethernet1");
+   meanwhile([&] {
+      givenInterface("Ethernet1", "10.0.0.5/24");
+      whenDecapIntfAdded("red", "Ethernet1", all);
+   });
+   whenDecapIntfRemoved("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32", "10.0.0.5/32"});
 }
 
 }  // namespace
