@@ -268,16 +268,20 @@ void FwdDecapGroupSm::MdlDecapGroup::updateIntfIp6(DecapIntfKey const& decapIntf
 void FwdDecapGroupSm::MdlDecapGroup::deriveIntf(DecapIntfKey const& intf) {
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    if (!stateMachine) return;
+   FirstException errors;
    if (intf.family() == Pkt::familyIpv6) {
       if (auto const status = stateMachine->ip6IntfStatus(intf.intfId())) {
-         updateIntfIp6(intf, *status);
+         errors.attempt([&] { updateIntfIp6(intf, *status); });
       }
-      return;
+   } else {
+      auto const status = stateMachine->ipIntfStatus(intf.intfId());
+      if (status && Admission::takesPart(intf.intfId(), status->vrf())) {
+         errors.attempt([&] { updateIntfIp(intf, status, true, true, true); });
+      }
    }
-   auto const status = stateMachine->ipIntfStatus(intf.intfId());
-   if (status && Admission::takesPart(intf.intfId(), status->vrf())) {
-      updateIntfIp(intf, status, true, true, true);
-   }
+   // Nothing was refused, and nothing taken, where the interface has another status by now.
+   errors.attempt([&] { unheard_.note(intf); });
+   errors.rethrow();
 }
 
 bool FwdDecapGroupSm::MdlDecapGroup::hasKeyOf(Pkt::IpGenPrefix const& prefix) {

@@ -233,17 +233,48 @@ TEST_F(UnheardEntries, AMachineMakesUpForWhatNoEntryAsksForNow) {
 }
 
 TEST_F(UnheardEntries, AMachineMakesUpForIpv6AddressesThatAreExcludedNow) {
-   auto const intf1 = givenInterface6("Ethernet1", {"2001:db8::1/64"});
+   auto const intf1 = givenInterface6("Ethernet1", {});
    whenDecapIntfAdded("red", "", all, ipv6);
    givenRunning();
    meanwhile([&] {
       sm->initializedIs(false);
-      whenAddress6Added(intf1, "2001:db8::2/64");
+      whenAddress6Added(intf1, "2001:db8::1/64");
       sm->initializedIs(true);
       whenExcluded("red", {}, ipv6);
    });
    whenExcluded("red", {"Ethernet1"}, ipv6);
-   thenDestinations({"2001:db8::1/128", "2001:db8::2/128"});
+   thenDestinations({"2001:db8::1/128"});
+}
+
+// The new status takes the virtual address back that the last one had, though the group, which has
+// the key from another interface, no longer holds it.
+TEST_F(UnheardEntries, AnInterfaceThatReturnsWithoutItsVirtualAddressIsTaken) {
+   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {}, true);
+   givenInterface("Ethernet2", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   whenDecapIntfAdded("red", "Ethernet2", all);
+   givenRunning();
+   whenInterfaceRemoved("Ethernet1");
+   meanwhile([&] {
+      givenInterface("Ethernet1", "10.0.0.5/24");
+      whenDecapIntfAdded("red", "Ethernet1", all);
+   });
+   whenDecapIntfRemoved("red", "Ethernet1");
+   thenDestinations({"10.0.0.1/32", "10.0.0.5/32"});
+}
+
+// What the group holds of the last status it gives up before the next one is heard of.
+TEST_F(UnheardEntries, AnInterfaceThatIsExcludedBeforeItsNextStatusIsHeardOfIsTaken) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1");
+   givenRunning();
+   meanwhile([&] {
+      meanwhile([&] { whenExcluded("red", {"Ethernet1"}); });
+      givenInterface("Ethernet1", "10.0.0.2/24");
+      whenDecapIntfAdded("red", "Ethernet1");
+   });
+   whenDecapIntfRemoved("red", "Ethernet1");
+   thenDestinations({"10.0.0.2/32"});
 }
 
 // What has been heard of is followed once.
@@ -295,21 +326,15 @@ TEST_F(UnheardEntries, AnEntryThatGoesIsFollowedOnce) {
    EXPECT_EQ(tracesOf("updateDecapKeyFromIntf").size(), 1U);
 }
 
-// The new status takes the virtual address back that the last one had, though the group, which has
-// the key from another interface, no longer holds it.
-TEST_F(UnheardEntries, AnInterfaceThatReturnsWithoutItsVirtualAddressIsTaken) {
-   givenInterfaceWith("Ethernet1", "10.0.0.1/24", {}, true);
-   givenInterface("Ethernet2", "10.0.0.1/24");
-   whenDecapIntfAdded("red", "Ethernet1", all);
-   whenDecapIntfAdded("red", "Ethernet2", all);
+TEST_F(UnheardEntries, WhatIsExcludedIsGivenBackOnce) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "");
    givenRunning();
-   whenInterfaceRemoved("Ethernet1");
-   meanwhile([&] {
-      givenInterface("Ethernet1", "10.0.0.5/24");
-      whenDecapIntfAdded("red", "Ethernet1", all);
-   });
-   whenDecapIntfRemoved("red", "Ethernet1");
-   thenDestinations({"10.0.0.1/32", "10.0.0.5/32"});
+   givenTraceLevels({5});
+   forgetSoFar();
+   whenExcluded("red", {"Ethernet1"});
+   EXPECT_EQ(tracesOf("updateDecapKeyFromIntf"), Texts());
+   thenDestinations({});
 }
 
 }  // namespace

@@ -6,12 +6,18 @@
 
 namespace Support {
 
-/// How much of something large a test takes: all of it, or a tenth with DECAP_TEST_SHARE=10. The
-/// presets say so where a sanitizer makes everything slow.
+/// How much of something large a test takes: all of it; a tenth with DECAP_TEST_SHARE=10, as the
+/// presets say where a sanitizer makes everything slow; ten times as much with DECAP_TEST_TIMES=10,
+/// for somebody who looks for what is rare.
 inline std::uint32_t shareOf(std::uint32_t whole) {
-   char const* const text = std::getenv("DECAP_TEST_SHARE");
-   std::uint32_t const share = text == nullptr ? 1 : static_cast<std::uint32_t>(std::stoul(text));
-   return share == 0 ? whole : (whole + share - 1) / share;
+   auto const numberIn = [](char const* name) {
+      char const* const text = std::getenv(name);
+      std::uint32_t const number =
+          text == nullptr ? 1 : static_cast<std::uint32_t>(std::stoul(text));
+      return number == 0 ? 1 : number;
+   };
+   std::uint32_t const share = numberIn("DECAP_TEST_SHARE");
+   return (whole * numberIn("DECAP_TEST_TIMES") + share - 1) / share;
 }
 
 }  // namespace Support
