@@ -20,6 +20,7 @@ void FwdDecapGroupSm::MdlDecapGroup::handleIntfEntry(DecapIntfKey const& keyArgu
    errors.attempt([&] { handleUpdateIntf(decapIntfKey); });
    errors.attempt([&] { leaveStrays(decapIntfKey); });
    errors.attempt([&] { unheard_.derive(decapIntfKey); });
+   listIntf(decapIntfKey);
    errors.rethrow();
 }
 

@@ -32,8 +32,7 @@ void FwdDecapGroupSm::MdlDecapGroup::leaveOrigin(DecapKey const& keyOfNow,
    DecapKey const heldKey = keyOfOrigin(keyOfNow, origin);
    DecapIntfKey const intf = HeldOrigins::interfaceOf(origin);
    FirstException errors;
-   // Noted first: a hook that is called for the address may take back what it is left for, and with
-   // its last address the group is no longer a user of an interface whose entry has gone unheard.
+   // Noted first: a hook that is called for the address may take back what it is left for.
    errors.attempt([&] { unheard_.note(intf); });
    origins_.remove(origin);
    listIntf(intf);
@@ -146,13 +145,14 @@ void FwdDecapGroupSm::MdlDecapGroup::stateMachineIs(FwdDecapGroupSm* stateMachin
    stateMachine_ = stateMachine;
 }
 
-/// Lists the group as a user of an interface exactly while it has an entry for it, or holds a key
-/// for one of its addresses.
+/// Lists the group as a user of an interface exactly while it has an entry for it, or has not heard
+/// yet that the entry has gone, or holds a key for one of its addresses.
 void FwdDecapGroupSm::MdlDecapGroup::listIntf(DecapIntfKey const& intf) noexcept {
    auto const config = stateMachine_ == nullptr ? nullptr : stateMachine_->mdlDgConfig();
    if (!config) return;
    auto const* const watched = static_cast<DecapGroup const*>(notifier().get());
-   bool const uses = origins_.hasAny(intf) || (watched != nullptr && watched->decapIntfHas(intf));
+   bool const uses = origins_.hasAny(intf) || (watched != nullptr && watched->decapIntfHas(intf)) ||
+                     isApplied(intf);
    if (uses == listed_.contains(intf)) return;
    if (uses) {
       config->interfaceUsers().add(intf, name_);
@@ -165,6 +165,14 @@ void FwdDecapGroupSm::MdlDecapGroup::listIntf(DecapIntfKey const& intf) noexcept
       listed_.erase(intf);
       strikeOff(intf);
    }
+}
+
+/// Of IPv6 entries there is no record, and no need: each that is heard of is applied anew.
+bool FwdDecapGroupSm::MdlDecapGroup::isApplied(DecapIntfKey const& intf) const noexcept {
+   if (intf.family() != Pkt::familyIpv4) return false;
+   // Without its tunnel type a record may outlive the entry.
+   auto const* const record = intfAddressType_.find(intf.intfId());
+   return record != nullptr && (*record)->tunnelType() != Tunnel::Decap::TunnelType::unknown;
 }
 
 /// A hook may have put another group of the same name in the place of this one, and that one may

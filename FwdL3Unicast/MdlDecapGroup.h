@@ -143,6 +143,8 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
 
    Mdl::Ptr<IntfAddressType> intfAddressType(Pkt::IntfId const& intfId) const;
    Mdl::Ptr<IntfAddressType> intfAddressTypeIs(Pkt::IntfId const& intfId);
+   /// Whether the interface's own IPv4 entry was applied, as far as the group has heard.
+   bool isApplied(DecapIntfKey const& intf) const noexcept;
    void intfAddressTypeDel(Pkt::IntfId const& intfId) { intfAddressType_.erase(intfId); }
    void intfAddressTypeDelAll() { intfAddressType_.clear(); }
 
@@ -180,7 +182,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    void withdrawPrefixKey(HashedKey const& key, FirstException& errors);
    DecapKey keyOfOrigin(DecapKey const& key, AddressOrigin const& origin) const;
    DecapKey keyOfPrefix(DecapKey const& key) const;
-   /// Whether keys may have other values than the group has now.
    bool mayHaveOldKeys() const noexcept;
    bool followsValues();
    void traceWithdrawal(DecapKey const& key) const;
@@ -199,7 +200,6 @@ class FWD_EXPORT FwdDecapGroupSm::MdlDecapGroup final : public Mdl::PtrInterface
    template <class Which>
    void leaveEach(HeldOrigins::Origins const& held, Which const& which);
    bool isStray(AddressOrigin const& origin) const;
-
    void strikeOff(DecapIntfKey const& intf) noexcept;
    void listIntf(DecapIntfKey const& intf) noexcept;
    void listIntfs() noexcept;

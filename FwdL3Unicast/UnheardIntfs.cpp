@@ -5,8 +5,6 @@
 
 namespace Fwd {
 
-using Tunnel::Decap::TunnelType;
-
 void UnheardIntfs::note(DecapIntfKey const& intf) {
    if (!hasHeardOf(intf)) noted_.tryInsert(intf, true);
 }
@@ -19,9 +17,8 @@ bool UnheardIntfs::hasHeardOf(DecapIntfKey const& intf) const {
    auto const isRecorded = [&](DecapIntfKey const& key) {
       if (key.family() != Pkt::familyIpv4) return true;
       auto const* const entry = watched->decapIntf().find(key);
+      if (entry == nullptr) return !group_.isApplied(key);
       auto const record = group_.intfAddressType(key.intfId());
-      // Without its tunnel type a record may outlive the entry.
-      if (entry == nullptr) return !record || record->tunnelType() == TunnelType::unknown;
       return record && record->addrType() == entry->addressType();
    };
    return isRecorded(intf) && isRecorded({Pkt::emptyIntfId, intf.family()}) &&

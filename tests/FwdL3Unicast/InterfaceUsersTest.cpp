@@ -117,16 +117,34 @@ TEST_F(InterfaceUsers, AreNotNarrowedOnceMemoryWasLacking) {
 }
 
 TEST_F(InterfaceUsers, AreThoseThatStillHoldWhatTheyNoLongerName) {
-   auto const interface = givenInterfaceWith("Ethernet1", "10.0.0.1/24", {});
+   auto const interface = givenInterface6("Ethernet1", {"2001:db8::1/64"});
+   givenGroup("one");
+   whenDecapIntfAdded("one", "Ethernet1", all, ipv6);
+   givenRunning();
+   reactor("one")->hasNotificationActiveIs(false);
+   whenDecapIntfRemoved("one", "Ethernet1", ipv6);
+   reactor("one")->hasNotificationActiveIs(true);
+   EXPECT_EQ(users("Ethernet1", ipv6), Texts({"one"}));
+   whenAddress6Removed(interface, "2001:db8::1/64");
+   thenDestinations({});
+   EXPECT_EQ(users("Ethernet1", ipv6), Texts());
+}
+
+// Its IPv4 entry would pass for applied when it comes back.
+TEST_F(InterfaceUsers, AreThoseThatHaveNotHeardThatTheirEntryWent) {
+   auto const interface = givenInterface("Ethernet1", "10.0.0.1/24");
    givenGroup("one");
    whenDecapIntfAdded("one", "Ethernet1");
    givenRunning();
    reactor("one")->hasNotificationActiveIs(false);
    whenDecapIntfRemoved("one", "Ethernet1");
    reactor("one")->hasNotificationActiveIs(true);
-   EXPECT_EQ(users("Ethernet1"), Texts({"one"}));
    whenPrimaryIs(interface, "10.0.0.2/24");
    thenDestinations({});
+   EXPECT_EQ(users("Ethernet1"), Texts({"one"}));
+   whenDecapIntfAdded("one", "Ethernet1");
+   thenDestinations({"10.0.0.2/32"});
+   whenDecapIntfRemoved("one", "Ethernet1");
    EXPECT_EQ(users("Ethernet1"), Texts());
 }
 

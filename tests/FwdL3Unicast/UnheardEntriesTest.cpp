@@ -277,6 +277,23 @@ TEST_F(UnheardEntries, AnInterfaceThatIsExcludedBeforeItsNextStatusIsHeardOfIsTa
    thenDestinations({"10.0.0.2/32"});
 }
 
+// The entry comes back before its next status, and nothing is unheard in between.
+TEST_F(UnheardEntries, AnInterfaceThatIsExcludedWhileItsEntryIsAwayIsTaken) {
+   givenInterface("Ethernet1", "10.0.0.1/24");
+   whenDecapIntfAdded("red", "Ethernet1");
+   givenRunning();
+   meanwhile([&] {
+      whenExcluded("red", {"Ethernet1"});
+      meanwhile([&] {
+         meanwhile([&] { whenExcluded("red", {}); });
+         givenInterface("Ethernet1", "10.0.0.2/24");
+      });
+      whenDecapIntfAdded("red", "Ethernet1");
+   });
+   whenDecapIntfRemoved("red", "Ethernet1");
+   thenDestinations({"10.0.0.2/32"});
+}
+
 // What has been heard of is followed once.
 
 TEST_F(UnheardEntries, WhatWasHeardOfAtTheReplayIsNotDerivedAgain) {
