@@ -148,4 +148,13 @@ TEST_F(InterfaceUsers, AreThoseThatHaveNotHeardThatTheirEntryWent) {
    EXPECT_EQ(users("Ethernet1"), Texts());
 }
 
+TEST_F(InterfaceUsers, AreNotThoseThatHeldNothingWhenTheirEntryWent) {
+   givenGroup("one");
+   givenRunning();
+   whenDecapIntfAdded("one", "Ethernet1");
+   EXPECT_EQ(users("Ethernet1"), Texts({"one"}));
+   whenDecapIntfRemoved("one", "Ethernet1");
+   EXPECT_EQ(users("Ethernet1"), Texts());
+}
+
 }  // namespace
