@@ -51,43 +51,43 @@ std::string ReentrantWorld::differenceOf(DecapGroup const& group, Origins const&
    auto const reactor = sm->mdlDecapGroup(group.name());
    if (!reactor) return name + " has no reactor\n";
 
-   std::string text;
+   std::ostringstream text;
    Origins found;
    bool const stopped = isStopped(group);
    for (auto const& entry : reactor->decapKeyFromIntf().walk()) {
       std::string const key = Sim::keyText(entry.key);
-      if (!entry.value.listed) text += name + " does not list " + key + "\n";
+      if (!entry.value.listed) text << name << " does not list " << key << "\n";
       if (entry.value.held == stopped) {
-         text += name + (stopped ? " should not hold " : " does not hold ") + key + "\n";
+         text << name << (stopped ? " should not hold " : " does not hold ") << key << "\n";
       }
-      if (entry.value.origins.empty()) text += name + " has no origin for " + key + "\n";
+      if (entry.value.origins.empty()) text << name << " has no origin for " << key << "\n";
       for (auto const& origin : entry.value.origins) {
          ModelOrigin const same{origin.intfId, origin.role, origin.address};
          found.push_back(same);
          if (keyOf(group, same.destination()) == entry.key) continue;
-         text += name + " has " + modelOriginText(same) + " under " + key + "\n";
+         text << name << " has " << modelOriginText(same) << " under " << key << "\n";
       }
       if (entry.value.held) ++references[entry.key];
    }
    std::ranges::sort(found);
    for (auto const& origin : found) {
       if (std::ranges::binary_search(calledFor, origin)) continue;
-      text += name + " keeps " + modelOriginText(origin) + "\n";
+      text << name << " keeps " << modelOriginText(origin) << "\n";
    }
    for (auto const& origin : calledFor) {
       // Nobody was told of an address that its status had before the machine followed it. Whether
       // it is held depends on whether an entry that covers the interface was applied since, or the
       // group derived anew; either is right.
       if (untold_.contains(origin) || std::ranges::binary_search(found, origin)) continue;
-      text += name + " lacks " + modelOriginText(origin) + "\n";
+      text << name << " lacks " << modelOriginText(origin) << "\n";
    }
-   if (std::ranges::adjacent_find(found) != found.end()) text += name + " has an origin twice\n";
+   if (std::ranges::adjacent_find(found) != found.end()) text << name << " has an origin twice\n";
 
    // A prefix is one reference more, whether or not an interface calls for the same key.
    if (!stopped && group.tunnelType() != TunnelType::unknown) {
       for (auto const& entry : group.decapIp()) ++references[keyOf(group, entry.key)];
    }
-   return text;
+   return text.str();
 }
 
 std::string ReentrantWorld::differenceOfCounts(References const& references) const {
