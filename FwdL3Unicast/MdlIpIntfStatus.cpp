@@ -142,7 +142,7 @@ void Reactor::handleVirtualAddrWithMask() {
 /// unchanged address is withdrawn and added again, deliberately. Prefixes are host prefixes; the
 /// mask of the interface address plays no part.
 void Reactor::replaceAddress(Pkt::IpAddr oldAddr, AddressRole role, FirstException& errors) {
-   if (stateMachine_ == nullptr) return;  // a hook, or who watches the record, removed it
+   if (stateMachine_ == nullptr) return;  // a hook or a watcher removed the interface
    Mdl::Ptr<FwdDecapGroupSm> const stateMachine(stateMachine_);
    auto const watched = status();
    Pkt::IntfId const& intfId = watched->intfId();

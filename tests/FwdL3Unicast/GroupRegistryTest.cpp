@@ -1,5 +1,6 @@
 #include "mdl/Exception.h"
 #include "support/DecapFixture.h"
+#include "support/FirstToHear.h"
 #include "support/MachineChecks.h"
 
 #include <algorithm>
@@ -291,6 +292,21 @@ TEST_F(GroupRegistry, GivenTheSameGroupAgainLeavesAReactorAtRest) {
    EXPECT_TRUE(reactor("red")->isMarkedForDeletion());
    EXPECT_FALSE(reactor("red")->hasNotificationActive());
    thenCalls({});
+}
+
+// Who is told of the new reactor takes the group out again at once.
+TEST_F(GroupRegistry, AReactorThatIsTakenOutAsItComesStaysAtRest) {
+   givenRunning();
+   Mdl::Ptr<Fwd::FwdDecapGroupSm::MdlDecapGroup> taken;
+   Support::FirstToHear watcher({sm});
+   watcher.nextIs([&] {
+      taken = reactor("red");
+      whenGroupRemoved("red");
+   });
+   givenGroup("red");
+   ASSERT_TRUE(taken);
+   EXPECT_TRUE(taken->isMarkedForDeletion());
+   EXPECT_FALSE(taken->hasNotificationActive());
 }
 
 }  // namespace

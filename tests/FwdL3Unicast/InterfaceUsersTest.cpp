@@ -157,4 +157,15 @@ TEST_F(InterfaceUsers, AreNotThoseThatHeldNothingWhenTheirEntryWent) {
    EXPECT_EQ(users("Ethernet1"), Texts());
 }
 
+TEST_F(InterfaceUsers, AreNotThoseWhoseEntryOfTheOtherFamilyStays) {
+   givenGroup("one");
+   givenRunning();
+   whenDecapIntfAdded("one", "Ethernet1");
+   whenDecapIntfAdded("one", "Ethernet1", all, ipv6);
+   EXPECT_EQ(users("Ethernet1", ipv6), Texts({"one"}));
+   whenDecapIntfRemoved("one", "Ethernet1", ipv6);
+   EXPECT_EQ(users("Ethernet1", ipv6), Texts());
+   EXPECT_EQ(users("Ethernet1"), Texts({"one"}));
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #include "support/FirstToHear.h"
 #include "support/InterfaceFixture.h"
 
+#include <cstdint>
 #include <functional>
 #include <utility>
 
@@ -104,6 +105,23 @@ TEST_F(UnheardInterfaces, NothingIsGivenBackWhereARestartLeavesHardware) {
    });
    givenInterface("Ethernet1", "10.0.0.1/24");
    EXPECT_EQ(hardware->table().size(), 1U);
+}
+
+// Each time that the machine hears of the interface, hardware throws at an address that it takes.
+TEST_F(UnheardInterfaces, WhatHasGoneAgainIsGivenBackThoughHardwareThrows) {
+   whenDecapIntfAdded("red", "Ethernet1", all);
+   givenRunning();
+   meanwhile([&] {
+      red->tunnelTypeIs(TunnelType::gre);
+      red->tunnelTypeIs(TunnelType::udp);
+      for (std::uint64_t const call : {1U, 2U}) {
+         hardware->duringProgram(hardware->programCalls() + call,
+                                 [] { throw Sim::HardwareFault("not programmed"); });
+      }
+      givenInterfaceWith("Ethernet1", "10.0.0.2/24", {"10.0.0.3/24"});
+   });
+   EXPECT_THROW(givenInterfaceWith("Ethernet1", "", {"10.0.0.1/24"}), Sim::HardwareFault);
+   thenCounts({counted("10.0.0.2/32", 1), counted("10.0.0.3/32", 1)});
 }
 
 // Who watches what the machine records of interfaces takes the group away as the entry is applied.
